@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "nexhost/Trace.h"
+
+namespace nexhost {
+
+struct LogLine {
+  int level;
+  int module;
+  std::string file;
+  int line;
+  std::string text;
+};
+
+// Journal of the plug-in's log lines, with optional printing to stderr.
+class Logger {
+ public:
+  explicit Logger(Trace& trace) : trace_(trace) {}
+
+  void write(int level, int module, const char* file, int line, std::string text);
+
+  const std::vector<LogLine>& lines() const { return lines_; }
+  // Lines whose text equals `text` exactly.
+  std::size_t count(const std::string& text) const;
+  bool contains(const std::string& text) const { return count(text) != 0; }
+  const LogLine* find(const std::string& text) const;
+  void clear() { lines_.clear(); }
+
+  // Print lines at or above `level` to stderr; -1 (the default) prints nothing.
+  void setStderrLevel(int level) { stderrLevel_ = level; }
+  // Record lines at or above `level` in the trace; 5 (the default) records none.
+  void setTraceLevel(int level) { traceLevel_ = level; }
+
+ private:
+  Trace& trace_;
+  std::vector<LogLine> lines_;
+  int stderrLevel_ = -1;
+  int traceLevel_ = 5;
+};
+
+}  // namespace nexhost

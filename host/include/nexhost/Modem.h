@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "dsd/dsd_messages_v01.h"
+#include "nexhost/Trace.h"
+
+namespace nexhost {
+
+struct ModemMessage {
+  int client;
+  std::string type;  // "wifi_meas_report", "wqe_profile_quality_status", ...
+  std::vector<uint8_t> bytes;
+  Json fields;  // every field decoded by name
+
+  template <typename Record>
+  Record as() const {
+    Record record{};
+    std::memcpy(&record, bytes.data(), bytes.size() < sizeof record ? bytes.size() : sizeof record);
+    return record;
+  }
+};
+
+// What the modem receives: every message the plug-in sends through a NexMdxDsd client.
+class Modem {
+ public:
+  explicit Modem(Trace& trace) : trace_(trace) {}
+
+  void receive(int client, const char* type, const void* record, std::size_t size);
+  const std::vector<ModemMessage>& messages() const { return messages_; }
+  std::vector<ModemMessage> messagesOfType(const std::string& type) const;
+  void clear() { messages_.clear(); }
+
+ private:
+  Trace& trace_;
+  std::vector<ModemMessage> messages_;
+};
+
+// Field-by-field renderings of the modem records, as nexhost prints them.
+Json decodeMessage(const std::string& type, const uint8_t* bytes, std::size_t size);
+Json decode(const dsd_wifi_meas_report_req_msg_v01& report);
+Json decode(const dsd_set_wqe_profile_quality_status_req_msg_v01& status);
+Json decode(const dsd_notify_data_settings_req_msg_v01& settings);
+Json decode(const dsd_wlan_available_req_msg_v01& available);
+
+// "02:00:00:00:00:00"
+std::string macText(const uint8_t* mac);
+// Bytes as text; anything outside printable ASCII (and the backslash) as \xNN.
+std::string printableBytes(const char* bytes, std::size_t size);
+
+}  // namespace nexhost

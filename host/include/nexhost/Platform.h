@@ -1,0 +1,39 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "nex/NexUtils.h"
+#include "nexhost/Trace.h"
+
+namespace nexhost {
+
+// NexUtils and OperatorLookup: the chipset type, forkExec, and the ICCID table.
+class Platform {
+ public:
+  explicit Platform(Trace& trace) : trace_(trace) {}
+
+  struct ForkResult {
+    std::string output;
+    int exitCode = 0;
+  };
+  // How forkExec runs a command line: scripted (the default) or for real.
+  enum class ForkMode { kScripted, kReal };
+
+  int chipsetType = 0;
+  ForkMode forkMode = ForkMode::kScripted;
+  std::map<std::string, ForkResult> forkScripts;  // by whole command line
+  std::map<std::string, std::string> operators;   // ICCID digits -> operator name
+
+  int forkExec(const char* commandLine, const NexForkExecOpt* options);
+  std::string lookupOperator(const std::string& iccid) const;
+
+  const std::vector<std::string>& forkedCommands() const { return forked_; }
+
+ private:
+  Trace& trace_;
+  std::vector<std::string> forked_;
+};
+
+}  // namespace nexhost

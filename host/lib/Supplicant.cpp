@@ -1,0 +1,111 @@
+#include "nexhost/Supplicant.h"
+
+#include "nexhost/Scheduler.h"
+
+namespace nexhost {
+
+const char* interfaceName(supplicantType_t type) { return type == SUPPLICANT_P2P ? "p2p" : "sta"; }
+
+void SupplicantBackend::registerScanReady(void (*callback)(void*, void*), void* context) {
+  scanReady_ = callback;
+  scanReadyContext_ = context;
+}
+
+void SupplicantBackend::fireScanReady() {
+  trace_.record("supplicant", Json{{"event", "scan-ready"}, {"delivered", scanReady_ != nullptr}});
+  if (scanReady_ != nullptr) scanReady_(nullptr, scanReadyContext_);
+}
+
+void ScriptedSupplicant::setReply(supplicantType_t type, const std::string& command,
+                                  std::string text) {
+  scripts_[{type, command}] = Script{{Reply{true, std::move(text)}}, 0};
+}
+
+void ScriptedSupplicant::setSequence(supplicantType_t type, const std::string& command,
+                                     std::vector<Reply> replies) {
+  scripts_[{type, command}] = Script{std::move(replies), 0};
+}
+
+void ScriptedSupplicant::setFailure(supplicantType_t type, const std::string& command) {
+  scripts_[{type, command}] = Script{{Reply{false, ""}}, 0};
+}
+
+SupplicantBackend::Reply ScriptedSupplicant::command(supplicantType_t type,
+                                                     const std::string& text) {
+  commands_.push_back(SentCommand{type, text});
+  Reply reply;
+  auto it = scripts_.find({type, text});
+  if (it != scripts_.end() && !it->second.replies.empty()) {
+    Script& script = it->second;
+    reply = script.replies[script.next];
+    if (script.next + 1 < script.replies.size()) ++script.next;
+  }
+  trace().record("supplicant", Json{{"interface", interfaceName(type)},
+                                    {"command", text},
+                                    {"ok", reply.ok}});
+  if (reply.ok && text == NexSupplicantWrapper::scanCmd && scanReadyDelay_) {
+    scheduler_.scheduleAt(scheduler_.now() + *scanReadyDelay_,
+                          [this] { fireScanReady(); });
+  }
+  return reply;
+}
+
+bool ScriptedSupplicant::connect(supplicantType_t type) {
+  ++connects_[type];
+  auto it = connectResult_.find(type);
+  const bool ok = it == connectResult_.end() || it->second;
+  trace().record("supplicant", Json{{"interface", interfaceName(type)}, {"connect", ok}});
+  return ok;
+}
+
+bool ScriptedSupplicant::disconnect(supplicantType_t type) {
+  ++disconnects_[type];
+  trace().record("supplicant", Json{{"interface", interfaceName(type)}, {"disconnect", true}});
+  return true;
+}
+
+bool ScriptedSupplicant::setBssidFilter(const std::string& bssids) {
+  bssidFilters_.push_back(bssids);
+  trace().record("supplicant", Json{{"bssid_filter", bssids}});
+  return true;
+}
+
+bool ScriptedSupplicant::setFrequencyFilter(const std::string& frequencies) {
+  frequencyFilters_.push_back(frequencies);
+  trace().record("supplicant", Json{{"frequency_filter", frequencies}});
+  return true;
+}
+
+std::vector<std::string> ScriptedSupplicant::commandTexts(supplicantType_t type) const {
+  std::vector<std::string> out;
+  for (const SentCommand& c : commands_) {
+    if (c.type == type) out.push_back(c.text);
+  }
+  return out;
+}
+
+std::size_t ScriptedSupplicant::countCommand(const std::string& text) const {
+  std::size_t n = 0;
+  for (const SentCommand& c : commands_) n += (c.text == text) ? 1 : 0;
+  return n;
+}
+
+int ScriptedSupplicant::connects(supplicantType_t type) const {
+  auto it = connects_.find(type);
+  return it == connects_.end() ? 0 : it->second;
+}
+
+int ScriptedSupplicant::disconnects(supplicantType_t type) const {
+  auto it = disconnects_.find(type);
+  return it == disconnects_.end() ? 0 : it->second;
+}
+
+void ScriptedSupplicant::clearJournal() {
+  commands_.clear();
+  bssidFilters_.clear();
+  frequencyFilters_.clear();
+  connects_.clear();
+  disconnects_.clear();
+}
+
+}  // namespace nexhost

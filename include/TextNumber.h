@@ -1,0 +1,5 @@
+#pragma once
+
+// atoi for every text whose value fits an int (leading blanks, an optional sign, then
+// digits; no digits gives 0), saturating at INT_MIN / INT_MAX instead of overflowing.
+int textToInt(const char* text);
