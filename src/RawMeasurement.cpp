@@ -43,3 +43,19 @@ bool WifiMeasurementRequest::RawMeasurement::startMeasurement() {
 }
 
 void WifiMeasurementRequest::RawMeasurement::stopMeasurement() { reportId = 1; }
+
+void WifiMeasurementRequest::RawMeasurement::computeAvgRSSI(int16_t sample) {
+  if (!rssiSampled) {
+    avgRssi = sample;
+    prevAvgRssi = sample;
+    rssiSampled = true;
+    return;
+  }
+  // Each product and the sum in its own float, so that no target fuses a multiply-add
+  // and truncates differently.
+  const float previousPart = alpha * static_cast<float>(prevAvgRssi);
+  const float samplePart = (1.0f - alpha) * static_cast<float>(sample);
+  const float average = previousPart + samplePart;
+  avgRssi = static_cast<int16_t>(static_cast<int>(average));  // truncates toward zero
+  prevAvgRssi = avgRssi;
+}
