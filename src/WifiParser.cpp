@@ -1,8 +1,78 @@
 #include "WifiParser.h"
 
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "Log.h"
+#include "TextNumber.h"
+
+namespace {
+
+using WifiInformationElementParser::CountryElement;
+using WifiInformationElementParser::InformationElement;
+using WifiInformationElementParser::InterworkingElement;
+using WifiInformationElementParser::SupportedRateElement;
+
+constexpr int kSupportedRatesId = 1;
+constexpr int kCountryId = 7;
+constexpr int kErpId = 42;
+constexpr int kExtendedRatesId = 50;
+constexpr int kHtOperationId = 61;
+constexpr int kInterworkingId = 107;
+constexpr int kVhtOperationId = 192;
+
+constexpr int32_t kModeUnknown = -1;
+constexpr int32_t kMode11a = 1;
+constexpr int32_t kMode11b = 2;
+constexpr int32_t kMode11g = 3;
+constexpr int32_t kMode11n = 5;
+constexpr int32_t kMode11ac = 7;
+constexpr int32_t kOfdmRate = 24000000;  // bit/s; below it only 802.11b rates
+
+// A private, writable copy of a reply for strtok_r, freed on every path.
+class ReplyCopy {
+ public:
+  explicit ReplyCopy(const char* text) {
+    const size_t size = std::strlen(text) + 1;
+    data_ = static_cast<char*>(std::malloc(size));
+    if (data_ != nullptr) std::memcpy(data_, text, size);
+  }
+  ~ReplyCopy() { std::free(data_); }
+  ReplyCopy(const ReplyCopy&) = delete;
+  ReplyCopy& operator=(const ReplyCopy&) = delete;
+  char* get() const { return data_; }
+
+ private:
+  char* data_ = nullptr;
+};
+
+// Calls handle(key, value) for each "key=value" line; value is null when the text ends
+// after the key. strtok_r skips empty fields, so an empty value takes the next line's key.
+template <typename Handle>
+void forEachKeyValue(char* copy, Handle handle) {
+  char* save = nullptr;
+  for (char* key = strtok_r(copy, "=", &save); key != nullptr;
+       key = strtok_r(nullptr, "=", &save)) {
+    char* value = strtok_r(nullptr, "=\n", &save);
+    handle(key, value);
+  }
+}
+
+bool is(const char* key, const char* name) { return std::strcmp(key, name) == 0; }
+
+// Numbers keep the low 16 bits of what the text says: a frequency of 70000 stores 4464.
+uint16_t toUint16(const char* text) { return static_cast<uint16_t>(textToInt(text)); }
+int16_t toInt16(const char* text) { return static_cast<int16_t>(textToInt(text)); }
+
+// The last rate of a rates element, 0 when it holds none.
+int32_t lastRate(InformationElement* element) {
+  const auto* rates = dynamic_cast<SupportedRateElement*>(element);
+  return (rates == nullptr || rates->mRates.empty()) ? 0 : rates->mRates.back();
+}
+
+}  // namespace
 
 WifiParser* WifiParser::instPtr = nullptr;
 
@@ -32,4 +102,369 @@ char* WifiParser::BCDToString(const uint8_t (&octets)[10], uint8_t count) {
     digits[2 * i + 1] = static_cast<char>('0' + high);
   }
   return digits;
+}
+
+// ---- Address and octet-string helpers
+
+bool WifiParser::extractOctetStr(const char* text, int index, int count, char separator,
+                                 char* out) {
+  if (text == nullptr || index < 0 || index >= count || count < 1 || out == nullptr) {
+    MDX_LOG(4, "Invalid parameter");
+    return false;
+  }
+  MDX_LOG(1, "bssid extractOctetStr p: %s index:%d length:%d", text, index, count);
+  // Field `index` starts right after the index-th separator. A text with fewer separators,
+  // or an empty field (a separator where the field should start), gives nothing.
+  const char* field = text;
+  for (int seen = 0; seen < index; ++field) {
+    if (*field == '\0') return false;
+    if (*field == separator) ++seen;
+  }
+  if (*field == '\0' || *field == separator) return false;
+  // The character after the first is copied whatever it is: a digit, the separator or the
+  // terminator.
+  out[0] = field[0];
+  out[1] = field[1];
+  out[2] = '\0';
+  return true;
+}
+
+uint8_t WifiParser::genNumericOctet(const char* text) {
+  if (text == nullptr) return 0;
+  unsigned value = 0;
+  for (size_t i = 0; text[i] != '\0'; ++i) {
+    const unsigned char c = static_cast<unsigned char>(text[i]);
+    unsigned digit = 0;
+    // Letters beyond f count on (g is 16 .. z is 35) instead of failing.
+    if (c >= '0' && c <= '9') {
+      digit = c - '0';
+    } else if (c >= 'a' && c <= 'z') {
+      digit = c - 'a' + 10;
+    } else if (c >= 'A' && c <= 'Z') {
+      digit = c - 'A' + 10;
+    } else {
+      MDX_LOG(4, "Malformed octet data!");
+      return 0;
+    }
+    value = (i % 2 == 0) ? digit * 16 : value % 256 + digit;
+  }
+  return static_cast<uint8_t>(value % 256);
+}
+
+void WifiParser::getBSSID(uint8_t (&mac)[6], const char* text) {
+  for (int index = 0; index < 6; ++index) {
+    // A fresh buffer per group: a failed group must not leave the previous digits behind.
+    char octet[3] = {};
+    if (!extractOctetStr(text, index, 6, ':', octet)) {
+      MDX_LOG(4, "extract failed");
+      MDX_LOG(4, "BSSID conversion failed");
+      return;
+    }
+    mac[index] = genNumericOctet(octet);
+  }
+  for (int index = 0; index < 6; ++index) {
+    MDX_LOG(1, "bssid octet %d = 0x%x", index, static_cast<unsigned>(mac[index]));
+  }
+}
+
+char* WifiParser::MacAddressToString(const uint8_t* mac) {
+  static char text[18];
+  std::memset(text, 0, sizeof(text));
+  if (mac == nullptr) return text;
+  std::snprintf(text, sizeof(text), "%02x:%02x:%02x:%02x:%02x:%02x", static_cast<unsigned>(mac[0]),
+                static_cast<unsigned>(mac[1]), static_cast<unsigned>(mac[2]),
+                static_cast<unsigned>(mac[3]), static_cast<unsigned>(mac[4]),
+                static_cast<unsigned>(mac[5]));
+  return text;
+}
+
+void WifiParser::StringToMac(uint8_t (&mac)[6], const char* text) {
+  unsigned int group[6];
+  if (text == nullptr || std::sscanf(text, "%x:%x:%x:%x:%x:%x", &group[0], &group[1], &group[2],
+                                     &group[3], &group[4], &group[5]) != 6) {
+    MDX_LOG(4, "Malformed mac address!");
+    return;
+  }
+  // A group above ff keeps its low 8 bits.
+  for (int i = 0; i < 6; ++i) mac[i] = static_cast<uint8_t>(group[i] & 0xFFu);
+}
+
+// ---- Reply parsers
+
+WifiScanResult WifiParser::parseScanData(const char* text) {
+  WifiScanResult result;
+  if (text == nullptr) {
+    MDX_LOG(4, "rspData is NULL");
+    return result;
+  }
+  ReplyCopy copy(text);
+  if (copy.get() == nullptr) return result;
+  // Slots persist across lines: a missing column repeats the previous line's value.
+  std::string bssid;
+  std::string freq;
+  std::string ssid;
+  int16_t signal = 0;
+  char* save = nullptr;
+  strtok_r(copy.get(), "\n", &save);  // header
+  for (char* token = strtok_r(nullptr, "\t", &save); token != nullptr;
+       token = strtok_r(nullptr, "\t", &save)) {
+    bssid = token;
+    if (char* column = strtok_r(nullptr, "\t", &save)) freq = column;
+    if (char* column = strtok_r(nullptr, "\t", &save)) signal = toInt16(column);
+    strtok_r(nullptr, "\t", &save);  // flags
+    // An empty SSID column makes this take the next line's BSSID; the walk then stays out
+    // of step, as wpa_supplicant's own line format allows no better.
+    if (char* column = strtok_r(nullptr, "\t\n", &save)) ssid = column;
+    result.addData(bssid, freq, signal, ssid);
+  }
+  return result;
+}
+
+WifiStatus WifiParser::hostapdStatus(const char* text) {
+  WifiStatus status;
+  if (text == nullptr) {
+    MDX_LOG(4, "a_tag_list is NULL");
+    return status;
+  }
+  ReplyCopy copy(text);
+  if (copy.get() == nullptr) {
+    MDX_LOG(4, "changeable is NULL. Unable to allocate memory");
+    return status;
+  }
+  forEachKeyValue(copy.get(), [&status](const char* key, const char* value) {
+    if (value == nullptr) return;
+    if (is(key, "ssid[0]")) status.ssid = value;
+    // hostapd's own BSSID is this link's address.
+    if (is(key, "bssid[0]")) status.address = value;
+    if (is(key, "freq")) status.frequency = toUint16(value);
+  });
+  return status;
+}
+
+void WifiParser::parseSignalPollCmdData(const char* text, WifiStatus& status) {
+  if (text == nullptr) {
+    MDX_LOG(4, "rspData is NULL");
+    return;
+  }
+  ReplyCopy copy(text);
+  if (copy.get() == nullptr) {
+    MDX_LOG(4, "parseSignalPollCmdData: Unable to allocate memory");
+    return;
+  }
+  MDX_LOG(1, "parseSignalPollCmdData sizeof: %d", static_cast<int>(sizeof(copy.get())));
+  MDX_LOG(1, "signalPollData: %s", copy.get());
+  forEachKeyValue(copy.get(), [&status](const char* key, const char* value) {
+    if (value == nullptr) {
+      MDX_LOG(1, "Value is null for key: %s", key);
+    } else if (is(key, "FREQUENCY")) {
+      status.frequency = toUint16(value);
+    } else if (is(key, "RSSI")) {
+      status.rssi = toInt16(value);
+    } else {
+      MDX_LOG(1, "Ignoring key: %s", key);
+    }
+  });
+}
+
+void WifiParser::parseBssLoadCmdData(const char* text, BssLoad& load) {
+  if (text == nullptr) {
+    MDX_LOG(4, "rspData is NULL");
+    return;
+  }
+  ReplyCopy copy(text);
+  if (copy.get() == nullptr) {
+    // This text and level are what log readers have always matched on.
+    MDX_LOG(3, "parseSignalPollCmdData: Unable to allocate memory");
+    return;
+  }
+  load.channelUtilization = kBssLoadUnknown;
+  load.channelBandwidth = 0;
+  load.lowestChannel = 0;
+  forEachKeyValue(copy.get(), [&load](const char* key, char* value) {
+    if (value == nullptr) {
+      MDX_LOG(1, "Value is null for key: %s", key);
+    } else if (is(key, "ie")) {
+      MDX_LOG(1, "ie found: %s", value);
+      WifiInformationElementParser::parse(value, load);
+      MDX_LOG(1, "Parsed ie channel Utilization : %d", static_cast<int>(load.channelUtilization));
+    } else {
+      MDX_LOG(1, "Ignoring key: %s", key);
+    }
+  });
+}
+
+void WifiParser::parseStatusCmdData(const char* text, WifiStatus& status) {
+  if (text == nullptr) {
+    MDX_LOG(4, "rspData is NULL");
+    return;
+  }
+  ReplyCopy copy(text);
+  if (copy.get() == nullptr) {
+    MDX_LOG(4, "parseStatusCmdData: Unable to allocate memory");
+    return;
+  }
+  forEachKeyValue(copy.get(), [&status](const char* key, const char* value) {
+    if (value == nullptr) {
+      MDX_LOG(1, "Value is null for key: %s", key);
+    } else if (is(key, "ssid")) {
+      status.ssid = value;
+    } else if (is(key, "bssid")) {
+      status.bssid = value;
+    } else if (is(key, "ip_address")) {
+      status.ipAddress = value;
+    } else if (is(key, "address")) {
+      status.address = value;
+    } else if (is(key, "mode")) {
+      status.mode = value;
+    } else if (is(key, "freq")) {
+      status.frequency = toUint16(value);
+    } else if (is(key, "wpa_state")) {
+      status.wpaState = value;
+    } else {
+      MDX_LOG(0, "Ignoring key: %s ", key);
+    }
+  });
+}
+
+void WifiParser::parseApStatusCmdData(const char* text, WifiStatus& status) {
+  if (text == nullptr) {
+    MDX_LOG(4, "rspData is NULL");
+    return;
+  }
+  ReplyCopy copy(text);
+  if (copy.get() == nullptr) {
+    MDX_LOG(4, "parseApStatusCmdData: Unable to allocate memory");
+    return;
+  }
+  forEachKeyValue(copy.get(), [&status](const char* key, const char* value) {
+    if (value == nullptr) return;
+    if (is(key, "ssid[0]")) {
+      status.ssid = value;
+    } else if (is(key, "freq")) {
+      status.frequency = toUint16(value);
+    } else if (is(key, "bssid[0]")) {
+      status.bssid = value;
+    }
+  });
+}
+
+void WifiParser::parseP2pStatusCmdData(const char* text, WifiStatus& status) {
+  if (text == nullptr) {
+    MDX_LOG(4, "rspData is NULL");
+    return;
+  }
+  ReplyCopy copy(text);
+  if (copy.get() == nullptr) {
+    MDX_LOG(4, "parseP2pStatusCmdData: Unable to allocate memory");
+    return;
+  }
+  // A P2P group reports its name indexed but its BSSID plain.
+  forEachKeyValue(copy.get(), [&status](const char* key, const char* value) {
+    if (value == nullptr) return;
+    if (is(key, "ssid[0]")) {
+      status.ssid = value;
+    } else if (is(key, "freq")) {
+      status.frequency = toUint16(value);
+    } else if (is(key, "bssid")) {
+      status.bssid = value;
+    }
+  });
+}
+
+void WifiParser::parseBssCmdWifiInfo(const char* text, WifiStatus& status) {
+  if (text == nullptr) {
+    MDX_LOG(4, "rspData is NULL");
+    return;
+  }
+  ReplyCopy copy(text);
+  if (copy.get() == nullptr) {
+    MDX_LOG(4, "parseBssCmdWifiInfo: Unable to allocate memory");
+    return;
+  }
+  WifiInfoMap wifiInfoMap;
+  forEachKeyValue(copy.get(), [&wifiInfoMap](const char* key, char* value) {
+    if (value == nullptr) {
+      MDX_LOG(1, "Value is null for key: %s", key);
+    } else if (is(key, "ie")) {
+      MDX_LOG(1, "ie found: %s \n", value);
+      WifiInformationElementParser::parse(value, wifiInfoMap);
+    } else {
+      MDX_LOG(1, "Ignoring key: %s", key);
+    }
+  });
+  if (wifiInfoMap.empty()) {
+    status.hessid.clear();
+    status.countryCode.clear();
+    status.wifiMode = kModeUnknown;
+    return;
+  }
+  // The frequency is what the signal poll or status parse left in the record.
+  status.wifiMode = getWifiMode(wifiInfoMap, status.frequency);
+  status.hessid = getHESSIDInfo(wifiInfoMap);
+  status.countryCode = getCountryCode(wifiInfoMap);
+  for (auto& entry : wifiInfoMap) delete entry.second;
+  wifiInfoMap.clear();
+}
+
+// ---- Facts derived from the elements
+
+int32_t WifiParser::getWifiMode(WifiInfoMap wifiInfoMap, uint16_t frequency) {
+  // Presence by id decides, even for an element whose body was rejected.
+  if (wifiInfoMap.count(kVhtOperationId) != 0) {
+    MDX_LOG(1, "Found VHTOperation Element in wifiInfoMap");
+    return kMode11ac;
+  }
+  if (wifiInfoMap.count(kHtOperationId) != 0) {
+    MDX_LOG(1, "Found HTOperation Element in wifiInfoMap");
+    return kMode11n;
+  }
+  if (wifiInfoMap.count(kErpId) != 0) {
+    MDX_LOG(1, "Found ERP Element in wifiInfoMap");
+    return kMode11g;
+  }
+  if (frequency > 2999) {
+    MDX_LOG(1, " Frequency is greater than 3000");
+    return kMode11a;
+  }
+  // The last rate stands for the fastest: access points list their rates ascending.
+  int32_t supported = 0;
+  int32_t extended = 0;
+  const auto supportedRates = wifiInfoMap.find(kSupportedRatesId);
+  if (supportedRates != wifiInfoMap.end()) {
+    MDX_LOG(1, "Found SupportedRate Element in wifiInfoMap");
+    supported = lastRate(supportedRates->second);
+  }
+  const auto extendedRates = wifiInfoMap.find(kExtendedRatesId);
+  if (extendedRates != wifiInfoMap.end()) {
+    MDX_LOG(1, "Found ExtendedSupportedRate Element in wifiInfoMap");
+    extended = lastRate(extendedRates->second);
+  }
+  if (supportedRates == wifiInfoMap.end()) return kModeUnknown;
+  return std::max(supported, extended) < kOfdmRate ? kMode11b : kMode11g;
+}
+
+std::string WifiParser::getHESSIDInfo(WifiInfoMap wifiInfoMap) {
+  std::string hessid;
+  const auto found = wifiInfoMap.find(kInterworkingId);
+  if (found != wifiInfoMap.end()) {
+    MDX_LOG(1, "Found Interworking Element in wifiInfoMap");
+    if (const auto* element = dynamic_cast<InterworkingElement*>(found->second)) {
+      hessid = element->mHessid;
+    }
+  }
+  MDX_LOG(1, "getHESSIDInfo: Returned HESSID: %s", hessid.c_str());
+  return hessid;
+}
+
+std::string WifiParser::getCountryCode(WifiInfoMap wifiInfoMap) {
+  std::string countryCode;
+  const auto found = wifiInfoMap.find(kCountryId);
+  if (found != wifiInfoMap.end()) {
+    MDX_LOG(1, "Found Country Element in wifiInfoMap");
+    if (const auto* element = dynamic_cast<CountryElement*>(found->second)) {
+      countryCode = element->mCountryCode;
+    }
+  }
+  MDX_LOG(1, "getCountryCode: Returned countryCode: %s", countryCode.c_str());
+  return countryCode;
 }

@@ -1,0 +1,76 @@
+// Wi-Fi mode, HESSID and country code from the element map.
+#include "ParserTest.h"
+
+namespace {
+
+using DerivedFactsTest = ParserTest;
+
+// Rates elements from rate bytes in 500 kbit/s units.
+std::string rates(std::vector<uint8_t> bytes) { return element(1, bytes); }
+std::string extendedRates(std::vector<uint8_t> bytes) { return element(50, bytes); }
+const std::string kErp = element(42, {0x04});
+
+TEST_F(DerivedFactsTest, WifiModeTakesTheNewestGenerationPresent) {
+  const struct {
+    const char* name;
+    std::string text;
+    uint16_t frequency;
+    int32_t mode;
+  } cases[] = {
+      {"2.4 GHz fixture", ieOf("hwsim/bss.txt"), 2437, 5},
+      {"5 GHz fixture", ieOf("hwsim/bss_5ghz.txt"), 5180, 7},
+      {"VHT and ERP", vhtOperation(1, 42) + kErp, 2412, 7},
+      {"HT and ERP", kErp + htOperation(0), 2412, 5},
+      {"rejected HT body", element(61, {1, 2}), 2412, 5},
+      {"ERP", kErp + rates({0x82}), 5180, 3},
+      {"5 GHz without HT", rates({0x82, 0x84}), 5180, 1},
+      {"3000 MHz", rates({0x82}), 3000, 1},
+      {"2999 MHz", rates({0x82}), 2999, 2},
+      {"11b rates", rates({0x82, 0x84, 0x8b, 0x96}), 2412, 2},
+      {"11b rates and 11g extended", rates({0x82, 0x96}) + extendedRates({0x30, 0x6c}), 2412, 3},
+      {"11g rates", rates({0x82, 0x30}), 2412, 3},
+      // The last rate decides, not the fastest.
+      {"fast rate listed first", rates({0x6c, 0x82}), 2412, 2},
+      {"extended rates only", extendedRates({0x6c}), 2412, -1},
+      {"rates with no valid entry", rates({0x01}), 2412, 2},
+      {"nothing", "", 2412, -1},
+      {"nothing at 5 GHz", "", 5180, 1},
+  };
+  for (const auto& c : cases) {
+    WifiInfoMap map;
+    std::string text = c.text;
+    WifiInformationElementParser::parse(&text[0], map);
+    EXPECT_EQ(parser.getWifiMode(map, c.frequency), c.mode) << c.name;
+    // The map is lent, not given: its elements are still there to free.
+    for (auto& entry : map) delete entry.second;
+  }
+}
+
+TEST_F(DerivedFactsTest, HessidAndCountryComeFromTheirElements) {
+  const struct {
+    const char* name;
+    std::string text;
+    const char* hessid;
+    const char* country;
+  } cases[] = {
+      {"2.4 GHz fixture", ieOf("hwsim/bss.txt"), "", "DE"},
+      {"HESSID", element(107, {0x01, 0x02, 0xab, 0x00, 0xcd, 0x01, 0xff}), "02:ab:00:cd:01:ff", ""},
+      {"interworking without HESSID", element(107, {0x01}), "", ""},
+      {"short country", element(7, {'D', 'E'}), "", ""},
+  };
+  for (const auto& c : cases) {
+    host.logger.clear();
+    WifiInfoMap map;
+    std::string text = c.text;
+    WifiInformationElementParser::parse(&text[0], map);
+    EXPECT_EQ(parser.getHESSIDInfo(map), c.hessid) << c.name;
+    EXPECT_EQ(parser.getCountryCode(map), c.country) << c.name;
+    EXPECT_EQ(logged("Found Interworking Element in wifiInfoMap", 1), map.count(107) == 1);
+    EXPECT_EQ(logged("Found Country Element in wifiInfoMap", 1), map.count(7) == 1);
+    EXPECT_TRUE(logged(std::string("getHESSIDInfo: Returned HESSID: ") + c.hessid, 1));
+    EXPECT_TRUE(logged(std::string("getCountryCode: Returned countryCode: ") + c.country, 1));
+    for (auto& entry : map) delete entry.second;
+  }
+}
+
+}  // namespace

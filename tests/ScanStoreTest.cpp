@@ -1,0 +1,154 @@
+// The scan store: its keys, and the SSID, BSSID and channel filters.
+#include <list>
+
+#include "ParserTest.h"
+#include "WifiScanResult.h"
+
+namespace {
+
+using ScanStoreTest = ParserTest;
+
+const std::string kAny = "ff:ff:ff:ff:ff:ff";
+
+TEST_F(ScanStoreTest, BandKeysFollowTheInclusiveBandBounds) {
+  const struct {
+    const char* freq;
+    const char* band;  // null: no band keys at all
+  } cases[] = {
+      {"2411", ""},          {"2412", "24ghtz"}, {"2484", "24ghtz"}, {"2485", ""},
+      {"3656", ""},          {"3657", "36ghtz"}, {"3692", "36ghtz"}, {"3693", ""},
+      {"5030", ""},          {"5035", "5ghtz"},  {"5825", "5ghtz"},  {"5826", ""},
+      {"5845", ""},          {"5955", ""},       {"70000", ""},  // 70000 keeps 4464
+      {"2437abc", "24ghtz"}, {"", nullptr},      {"abc", nullptr},   {"65536", nullptr},
+  };
+  for (const auto& c : cases) {
+    WifiScanResult store;
+    store.addData("00:11:22:33:44:55", c.freq, -60, "Net");
+    EXPECT_EQ(store.byFreqBssidSsid.count(std::string(c.freq) + "&00:11:22:33:44:55&Net"), 1u);
+    const size_t keys = c.band == nullptr ? 1u : 2u;
+    EXPECT_EQ(store.byBssidFreq.size(), keys) << c.freq;
+    EXPECT_EQ(store.byFreqBssid.size(), keys) << c.freq;
+    if (c.band == nullptr) continue;
+    EXPECT_EQ(store.byBssidFreq.count("00:11:22:33:44:55&" + std::string(c.band)), 1u) << c.freq;
+    EXPECT_EQ(store.byFreqBssid.count(std::string(c.band) + "&00:11:22:33:44:55"), 1u) << c.freq;
+  }
+}
+
+TEST_F(ScanStoreTest, FirstLineWinsUnderEveryKey) {
+  WifiScanResult store;
+  store.addData("00:11:22:33:44:55", "2437", -60, "Net");
+  store.addData("00:11:22:33:44:55", "2437", -70, "Net");
+  store.addData("00:11:22:33:44:55", "2412", -80, "Net");  // same band, later line
+  for (const auto* keys : {&store.byFreqBssidSsid, &store.byBssidFreq, &store.byFreqBssid}) {
+    for (const auto& [key, record] : *keys) {
+      EXPECT_EQ(record.rssi, record.freq == "2437" ? -60 : -80) << key;
+      EXPECT_FALSE(record.bssLoadValid);
+    }
+  }
+  EXPECT_EQ(store.byBssidFreq.at("00:11:22:33:44:55&24ghtz").freq, "2437");
+  EXPECT_EQ(store.byFreqBssid.at("24ghtz&00:11:22:33:44:55").freq, "2437");
+}
+
+// A scan of five networks, filtered by a list of (ssid, bssid, channel codes) filters.
+// filteredList follows the "ssid&bssid" key order of each filter's matches.
+struct FilterCase {
+  const char* name;
+  std::list<MeasurementRequestReport> requests;
+  std::vector<std::string> listed;  // filteredList, as ssid/freq
+  std::map<std::string, std::vector<std::string>> groups;
+};
+
+MeasurementRequestReport filter(const std::string& ssid, const std::string& bssid,
+                                std::set<uint16_t> codes) {
+  MeasurementRequestReport request;
+  request.ssid = ssid;
+  request.bssidChannels[bssid] = codes;
+  return request;
+}
+
+std::vector<std::string> namesOf(const std::list<BssidInfo>& records) {
+  std::vector<std::string> names;
+  for (const BssidInfo& r : records) names.push_back(r.ssid + "/" + r.freq);
+  return names;
+}
+
+TEST_F(ScanStoreTest, FiltersMatchSsidAndChannelByPrefix) {
+  const FilterCase cases[] = {
+      {"any network",
+       {filter("AnySSID", kAny, {65535})},
+       {"/2412", "Net/2437", "Net5/5845", "NetTwo/2462", "Office/5180"},
+       {{"", {"/2412"}},
+        {"Net", {"Net/2437"}},
+        {"NetTwo", {"NetTwo/2462"}},
+        {"Office", {"Office/5180"}},
+        {"Net5", {"Net5/5845"}}}},
+      {"ssid prefix in the 2.4 GHz band",
+       {filter("Net", kAny, {1})},
+       {"Net/2437", "NetTwo/2462"},
+       {{"Net", {"Net/2437", "NetTwo/2462"}}}},
+      // Code 5 is a frequency text: it prefix-matches 5180, 5845 and the 5ghtz keys.
+      {"code 5",
+       {filter("AnySSID", kAny, {5})},
+       {"Net5/5845", "Office/5180"},
+       {{"Office", {"Office/5180"}}, {"Net5", {"Net5/5845"}}}},
+      {"one bssid, any channel",
+       {filter("AnySSID", "02:00:00:00:00:03", {65535})},
+       {"Office/5180"},
+       {{"Office", {"Office/5180"}}}},
+      {"one bssid, its band and a wrong frequency",
+       {filter("Office", "02:00:00:00:00:03", {3, 5200})},
+       {"Office/5180"},
+       {{"Office", {"Office/5180"}}}},
+      // Upper-case hex never meets the supplicant's lower-case text, broadcast included.
+      {"upper-case bssid",
+       {filter("AnySSID", "02:00:00:00:00:0A", {65535}),
+        filter("AnySSID", "FF:FF:FF:FF:FF:FF", {65535})},
+       {},
+       {}},
+      // A named SSID keeps its first group; a miss still makes an empty one.
+      {"named ssid twice",
+       {filter("Net", kAny, {2437}), filter("Net", kAny, {2462})},
+       {"Net/2437", "NetTwo/2462"},
+       {{"Net", {"Net/2437"}}}},
+      {"named ssid misses", {filter("Home", kAny, {1})}, {}, {{"Home", {}}}},
+      {"nothing in range makes no group", {filter("Home", kAny, {2484})}, {}, {}},
+      // Any SSID merges into the groups already there.
+      {"any after named",
+       {filter("Net", kAny, {2437}), filter("AnySSID", kAny, {2437})},
+       {"Net/2437", "Net/2437"},
+       {{"Net", {"Net/2437", "Net/2437"}}}},
+  };
+  for (const FilterCase& c : cases) {
+    WifiScanResult store;
+    store.addData("02:00:00:00:00:01", "2412", -40, "");
+    store.addData("02:00:00:00:00:02", "2437", -50, "Net");
+    store.addData("02:00:00:00:00:04", "2462", -55, "NetTwo");
+    store.addData("02:00:00:00:00:03", "5180", -60, "Office");
+    store.addData("02:00:00:00:00:0a", "5845", -70, "Net5");
+    std::list<MeasurementRequestReport> requests = c.requests;
+    store.filterData(requests);
+    EXPECT_EQ(namesOf(store.filteredList), c.listed) << c.name;
+    std::map<std::string, std::vector<std::string>> groups;
+    for (const auto& [ssid, records] : store.filteredBySsid) groups[ssid] = namesOf(records);
+    EXPECT_EQ(groups, c.groups) << c.name;
+  }
+}
+
+TEST_F(ScanStoreTest, MovedStoreFiltersAndDumpsItsGroups) {
+  WifiScanResult parsed;
+  parsed.addData("02:00:00:00:00:02", "2437", -50, "Net");
+  WifiScanResult store;
+  store.addData("02:00:00:00:00:09", "5180", -70, "Old");
+  store = std::move(parsed);
+  EXPECT_TRUE(parsed.byFreqBssidSsid.empty() && parsed.byBssidFreq.empty());
+  std::list<MeasurementRequestReport> requests = {filter("Net", kAny, {1})};
+  store.filterData(requests);
+  for (const char* line : {"WifiScanResult::findPartialKey  Net ff:ff:ff:ff:ff:ff 1",
+                           "dumpReport after filterData", "ssid :Net", "bssid lsit length :1",
+                           "RawMeasurement bssid channel 02:00:00:00:00:02  2437  -50"}) {
+    EXPECT_TRUE(logged(line, 1)) << line;
+  }
+  EXPECT_EQ(host.logger.lines().size(), 5u);
+}
+
+}  // namespace
