@@ -33,6 +33,9 @@ class WifiMeasurementRequest::RawMeasurement : public WifiMeasurementRequest::Me
   void sendAndsfReport();
   void sendConnectedReport();
 
+  // Report ids run 1..0xFFFFFFFF and then start again at 1.
+  static void advanceReportId(uint32_t& reportId);
+
   // Read-only views for tests and diagnostics.
   const std::list<MeasurementRequestReport>& requestReports() const { return reports; }
   const std::string& bssidFilterText() const { return bssidFilter; }

@@ -1,7 +1,44 @@
 #include "WifiInfoProvider.h"
 
+#include <cstring>
+#include <utility>
+
+#include "HostapdWrapper.h"
 #include "Log.h"
+#include "WifiParser.h"
 #include "nex/NexSupplicantWrapper.h"
+
+namespace {
+
+constexpr unsigned int kReplyBufferSize = 4096;
+
+// A zeroed reply buffer with room for 4095 characters and the terminator.
+struct ReplyBuffer {
+  char text[kReplyBufferSize];
+  unsigned int length;
+  ReplyBuffer() : length(kReplyBufferSize - 1) { std::memset(text, 0, sizeof text); }
+};
+
+bool sendTo(NexSupplicantWrapper* supplicant, const std::string& command, ReplyBuffer& reply) {
+  const int ok = supplicant->sendCommandToSupplicant(command, reply.text, &reply.length);
+  reply.text[kReplyBufferSize - 1] = '\0';  // whatever the host wrote, the text ends here
+  return ok != 0;
+}
+
+bool sendTo(NexSupplicantWrapper* supplicant, const std::string& command, ReplyBuffer& reply,
+            supplicantType_t type) {
+  const int ok = supplicant->sendCommandToSupplicant(command, reply.text, &reply.length, type);
+  reply.text[kReplyBufferSize - 1] = '\0';
+  return ok != 0;
+}
+
+WifiStatus unknownStationStatus() {
+  WifiStatus status;
+  status.wifiMode = -1;
+  return status;
+}
+
+}  // namespace
 
 WifiInfoProvider* WifiInfoProvider::instPtr = nullptr;
 
@@ -12,15 +49,152 @@ WifiInfoProvider* WifiInfoProvider::getInstance() {
 
 void WifiInfoProvider::initializeLinks(NexSupplicantWrapper* newSupplicant) {
   supplicant = newSupplicant;
+  parser = WifiParser::getInstance();
   if (supplicant != nullptr) supplicant->registerForScanReadyCb(&scanResultsReadyCb, this);
+  hostapd = HostapdWrapper::getInstance();
+  if (hostapd == nullptr) MDX_LOG(4, "hostapd instance is Null");
   MDX_LOG(1, "WifiInfoProvider intialize done");
 }
 
-void WifiInfoProvider::scanResultsReadyCb(void* /*data*/, void* /*context*/) {
+void WifiInfoProvider::startScan(std::list<MeasurementRequestReport>& requestReports,
+                                 std::string freqFilter, std::string bssidFilter,
+                                 unsigned int /*requestNumber*/, ScanReportCallback newCallback,
+                                 void* context) {
+  callback = newCallback;
+  callbackContext = context;
+  if (&requestReports != &reports) reports = requestReports;
+  MDX_LOG(1, "LTEU callback startScan called");
+  if (supplicant == nullptr) {
+    MDX_LOG(3, "SupplicantWrapper instance is null");
+    return;
+  }
+  supplicant->setBssidFileterForScan(bssidFilter);
+  supplicant->setFrequencyFilterForScan(freqFilter);
+  // A refused scan simply never reports ready.
+  ReplyBuffer reply;
+  sendTo(supplicant, NexSupplicantWrapper::scanCmd, reply);
+}
+
+void WifiInfoProvider::scanResultsReadyCb(void* /*data*/, void* context) {
   MDX_LOG(1, "WifiInfoProvider scanResultsReadyCb called");
+  if (context == nullptr) return;
+  auto* self = static_cast<WifiInfoProvider*>(context);
+
+  // A failed command leaves the zeroed buffer: parsed as an empty listing.
+  ReplyBuffer reply;
+  if (self->supplicant != nullptr) sendTo(self->supplicant, NexSupplicantWrapper::scanResultCmd, reply);
+  WifiScanResult result;
+  if (self->parser != nullptr) result = self->parser->parseScanData(reply.text);
+  result.filterData(self->reports);
+  addBssLoadInfoToFilterData(self, result);
+  if (self->callback != nullptr && self->callbackContext != nullptr) {
+    self->callback(&result, self->callbackContext);
+  }
+}
+
+void WifiInfoProvider::addBssLoadInfoToFilterData(WifiInfoProvider* provider,
+                                                  WifiScanResult& result) {
+  if (provider->reports.empty()) return;
+  // Only the first request decides, by design.
+  const bool bssLoadRequested = provider->reports.front().bssLoadRequested;
+  MDX_LOG(4, "scanResultsReadyCb isBssLoadMask: %d", static_cast<int>(bssLoadRequested));
+  if (!bssLoadRequested) return;
+  for (auto& [ssid, bssids] : result.filteredBySsid) {
+    for (BssidInfo& info : bssids) {
+      info.bssLoad = provider->getBssLoadInfo(info.bssid);
+      info.bssLoadValid = info.bssLoad.channelUtilization < kBssLoadUnknown;
+    }
+  }
 }
 
 void WifiInfoProvider::cleanUp() {
   callback = nullptr;
   callbackContext = nullptr;
+}
+
+WifiStatus WifiInfoProvider::getSTAStatus() {
+  WifiStatus status = unknownStationStatus();
+  if (supplicant == nullptr) {
+    MDX_LOG(3, "SupplicantWrapper instance is null");
+    return status;
+  }
+  ReplyBuffer signalPoll;
+  if (!sendTo(supplicant, NexSupplicantWrapper::signalPollCmd, signalPoll)) {
+    MDX_LOG(1, "Signal Poll command returned error");
+    return status;
+  }
+  if (parser != nullptr) parser->parseSignalPollCmdData(signalPoll.text, status);
+
+  ReplyBuffer linkStatus;
+  if (!sendTo(supplicant, NexSupplicantWrapper::statusCmd, linkStatus)) {
+    MDX_LOG(1, "Status command returned error");
+    return status;
+  }
+  if (parser != nullptr) parser->parseStatusCmdData(linkStatus.text, status);
+  if (status.bssid.empty()) return status;  // not associated
+
+  ReplyBuffer bss;
+  if (!sendTo(supplicant, "BSS " + status.bssid, bss)) {
+    MDX_LOG(1, "Bss command returned error");
+    return status;
+  }
+  if (parser != nullptr) parser->parseBssCmdWifiInfo(bss.text, status);
+  return status;
+}
+
+WifiStatus WifiInfoProvider::getP2pStatus() {
+  WifiStatus status;  // wifiMode stays 0 here, unlike the station query
+  if (supplicant == nullptr) {
+    MDX_LOG(3, "SupplicantWrapper instance is null");
+    return status;
+  }
+  if (supplicant->connectToSupplicant(SUPPLICANT_P2P) == 0) {
+    MDX_LOG(1, "Error: connectToSupplicant error");
+    supplicant->disconnectFromSupplicant(SUPPLICANT_P2P);
+    return status;
+  }
+  ReplyBuffer reply;
+  if (!sendTo(supplicant, NexSupplicantWrapper::statusCmd, reply, SUPPLICANT_P2P)) {
+    MDX_LOG(1, "Error: sendCommandToSupplicant error");
+  } else {
+    if (parser != nullptr) parser->parseStatusCmdData(reply.text, status);
+    MDX_LOG(0, "Response: BSSID: %s, Frequency: %d, SSID: %s", status.bssid.c_str(),
+            static_cast<int>(status.frequency), status.ssid.c_str());
+  }
+  supplicant->disconnectFromSupplicant(SUPPLICANT_P2P);
+  return status;
+}
+
+WifiStatus WifiInfoProvider::getAPStatus() {
+  WifiStatus status;
+  if (hostapd == nullptr) {
+    MDX_LOG(3, "HostapdWrapper instance is null");
+    return status;
+  }
+  std::string response;
+  if (!hostapd->execHostapdCommand(HostapdWrapper::statusCmd, response)) {
+    MDX_LOG(1, "Status command returned error");
+    return status;
+  }
+  if (parser != nullptr) parser->parseApStatusCmdData(response.c_str(), status);
+  MDX_LOG(0, "Response: BSSID: %s, Frequency: %d, SSID: %s", status.bssid.c_str(),
+          static_cast<int>(status.frequency), status.ssid.c_str());
+  return status;
+}
+
+BssLoad WifiInfoProvider::getBssLoadInfo(std::string bssid) {
+  std::string command;
+  if (!bssid.empty()) command = "BSS " + bssid;  // an empty BSSID sends an empty command
+  BssLoad load = {};
+  if (supplicant == nullptr) {
+    MDX_LOG(4, "SupplicantWrapper instance is null");
+    return load;
+  }
+  ReplyBuffer reply;
+  if (!sendTo(supplicant, command, reply)) {
+    MDX_LOG(1, "Signal Poll command returned error");
+    return load;
+  }
+  if (parser != nullptr) parser->parseBssLoadCmdData(reply.text, load);
+  return load;
 }
