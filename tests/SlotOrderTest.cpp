@@ -45,7 +45,7 @@ TEST(SlotOrderTest, EveryHostCallLandsInItsOperation) {
        "Invalid profile number 3"},
       {"setWqeProfile", [&] { manager->setWqeProfile(client, mask); }, "setWqeProfile 0 "},
       {"stopWifiMeasurement", [&] { manager->stopWifiMeasurement(client, stop); },
-       "src/MdxWifiClientMgr.cpp"},
+       "stopWifiMeasurement"},
       {"createDefaultProfile", [&] { manager->createDefaultProfile(client); },
        "WifiMeasurementRequest Xtor Quality"},
       {"stopAllRequests", [&] { manager->stopAllRequests(client); },
