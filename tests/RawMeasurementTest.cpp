@@ -1,5 +1,6 @@
 // Raw measurements end to end: decoding the start indication, scan and connected reports,
 // stopping, and the request's odd but deliberate rules.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "Indications.h"
@@ -262,7 +263,8 @@ TEST_F(RawMeasurementTest, RequestWithoutNetworksScansButNeverReports) {
 
 TEST_F(RawMeasurementTest, ReportHoldsAtMost58AccessPointsAndCutsLongSsids) {
   std::string listing = "bssid / frequency / signal level / flags / ssid\n";
-  const std::string longName(40, 'L');
+  // 60 lines of 67 bytes still fit the 4095-byte reply.
+  const std::string longName(33, 'L');
   for (int i = 0; i < 60; ++i) {
     char line[128];
     std::snprintf(line, sizeof line, "02:00:00:00:%02x:00\t2412\t-%d\t[ESS]\t%s\n", i, 40 + i,
@@ -307,11 +309,12 @@ TEST_F(RawMeasurementTest, ConnectedModeReportsTheWeightedAverage) {
   EXPECT_EQ(sent[0]["bss_info"][0]["frequency"], 2437);
   EXPECT_EQ(sent[0]["bss_info"][0]["reported_params"], 1);
   EXPECT_EQ(sent[0]["bss_info"][0]["channel_utilization"], 0);
-  // A sample at 6 (-71) gives -68; at 8 (-71 again) -69.5 truncates to -69.
+  // Samples of -71 at 6, 8 and 10 give -68, then -69.5 truncated to -69, then -70; the
+  // sample at 10 runs before the report due at the same time.
   host.scheduler.advanceTo(10);
   sent = reports();
   ASSERT_EQ(sent.size(), 2u);
-  EXPECT_EQ(sent[1]["bss_info"][0]["rssi"], -69);
+  EXPECT_EQ(sent[1]["bss_info"][0]["rssi"], -70);
   EXPECT_EQ(sent[1]["report_id"], 2);
 }
 

@@ -1,4 +1,5 @@
 // The Wi-Fi information provider: status queries, BSS load and scan delivery.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "TestHost.h"
