@@ -8,6 +8,9 @@
 #include "dsd/dsd_messages_v01.h"
 #include "nex/NexCde.h"
 
+// The worker behind a WQE profile: registers it with the decision engine and relays the
+// engine's verdicts to the modem. For the default profile (0) it also turns every WLAN
+// configuration change into an availability record and Wi-Fi on/off into data settings.
 class WifiMeasurementRequest::CasProxy : public WifiMeasurementRequest::MeasurementImpl {
  public:
   CasProxy(NexMdxDsd& client, NexCom& com, NexTimer& timer, NexSupplicantWrapper& supplicant,
@@ -31,12 +34,18 @@ class WifiMeasurementRequest::CasProxy : public WifiMeasurementRequest::Measurem
   static int clientId;  // never used
 
  private:
+  // The registration identity; rebuilt for every call, the same each time.
+  CasClientCb clientCb();
+  void formatClientName(char (&name)[10]) const;
+  void sendStationQualityStatus(const CasWlanNetConfigType& net);
+  static void clearSsidCache(char (&cache)[33]);
+
   NexMdxDsd* client;
   WifiInfoProvider* provider;
   dsd_wqe_profile_type_enum_v01 profileType;
   QualityClientOverrides overrides;
   std::string operatorName;
   NexCdeCas* cas = nullptr;
-  char cachedSsid[33] = {};
-  char p2pCachedSsid[33] = {};
+  char cachedSsid[33] = {};     // last station or soft AP name; shared by both
+  char p2pCachedSsid[33] = {};  // last P2P group name
 };

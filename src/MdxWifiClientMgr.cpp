@@ -110,7 +110,8 @@ void MdxWifiClientMgr::wqeProfileInit(NexMdxDsd* client, dsd_wqe_profile_init_in
   }
   const int32_t profile = static_cast<int32_t>(ind.profile_type);
   if (requestTable.count({client, 0, profile}) != 0) {
-    MDX_LOG(3, "Profile %llu already initialized/started", static_cast<unsigned long long>(profile));
+    MDX_LOG(3, "Profile %llu already initialized/started",
+            static_cast<unsigned long long>(profile));
     return;
   }
   ProfileInfoType info;
@@ -141,7 +142,8 @@ bool MdxWifiClientMgr::createWqeProfile(NexMdxDsd* client, ProfileInfoType info)
       new WifiMeasurementRequest(*client, *com, *timer, *supplicant, *infoProvider,
                                  std::move(info), &MdxWifiClientMgr::deleteClient);
   // First wins: on a duplicate key the new request is neither kept nor freed.
-  requestTable.insert({{client, 0, profile}, WifiMeasurementRequestInfo{kProfileInitialised, request}});
+  requestTable.insert(
+      {{client, 0, profile}, WifiMeasurementRequestInfo{kProfileInitialised, request}});
   return true;
 }
 

@@ -25,6 +25,7 @@ Json describe(const Engine::Call& call) {
 void Engine::addStateListener(void (*callback)(bool, void*), void* context) {
   Call call;
   call.operation = "registerForWifiStateChangeNotification";
+  call.stateCallback = callback;
   call.context = context;
   calls_.push_back(call);
   trace_.record("engine", describe(call));
@@ -32,8 +33,10 @@ void Engine::addStateListener(void (*callback)(bool, void*), void* context) {
 }
 
 void Engine::addClient(const Call& registration, void (*callback)(void*, void*), void* context) {
-  calls_.push_back(registration);
-  trace_.record("engine", describe(registration));
+  Call call = registration;
+  call.callback = callback;
+  calls_.push_back(call);
+  trace_.record("engine", describe(call));
   clients_.push_back(Client{registration.name, callback, context});
 }
 
@@ -66,9 +69,9 @@ int Engine::deliverConfig(const CasWlanNetConfigType& config,
     c.callback(&copy, c.context);
     ++delivered;
   }
-  trace_.record("engine", Json{{"event", "wlan-config"},
-                               {"net_type", config.netType},
-                               {"delivered", delivered}});
+  trace_.record(
+      "engine",
+      Json{{"event", "wlan-config"}, {"net_type", config.netType}, {"delivered", delivered}});
   return delivered;
 }
 

@@ -26,6 +26,10 @@ class Engine {
     std::optional<std::string> name;  // absent for a null name
     std::optional<QualityClientOverrides> overrides;
     std::string operatorName;
+    // The separate callback argument: the configuration callback of a registration, or
+    // the on/off callback of a state-change registration.
+    void (*callback)(void*, void*) = nullptr;
+    void (*stateCallback)(bool, void*) = nullptr;
     void* context = nullptr;
   };
   const std::vector<Call>& calls() const { return calls_; }
@@ -43,6 +47,7 @@ class Engine {
   int deliverConfig(const CasWlanNetConfigType& config,
                     const std::optional<std::string>& client = std::nullopt);
   std::size_t clientCount() const { return clients_.size(); }
+  std::size_t stateListenerCount() const { return stateListeners_.size(); }
 
  private:
   struct Client {
