@@ -77,13 +77,20 @@ struct QualityClientOverrides {
   int16_t rssiLowOverride;
 };
 
-// Identifies one registration with the engine; rebuilt on the stack for every call.
+// Identifies one registration with the engine; rebuilt on the stack for every call. It
+// holds two pointers, so its layout differs by target: on 32-bit targets callback sits at
+// 8 and context at 12 (16 bytes); on 64-bit targets callback sits at 8 and context at 16
+// (24 bytes). The host library must be built for the same target as the plug-in.
 struct CasClientCb {
   int32_t type;      // always 2
   int32_t reserved;  // always 0
   void (*callback)(void*, void*);
   void* context;
 };
+
+static_assert(offsetof(CasClientCb, callback) == 8, "callback follows the two words");
+static_assert(offsetof(CasClientCb, context) == 8 + sizeof(void*), "context after callback");
+static_assert(sizeof(CasClientCb) == 8 + 2 * sizeof(void*), "CasClientCb size");
 
 class NexCdeCas;
 

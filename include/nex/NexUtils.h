@@ -5,10 +5,18 @@
 
 #include "nex/NexApi.h"
 
-// Options of NexUtils::forkExec, in the host's field order: ten 32-bit words on the
-// 32-bit target (40 bytes). The buffer pointer is the one field whose size follows the
-// target: on a 64-bit target it is 8 bytes and 8-byte aligned, so every later field
-// moves by 8 and the record is 48 bytes.
+// Options of NexUtils::forkExec, in the host's field order. The record holds a pointer, so
+// its layout differs between 32-bit and 64-bit targets; the host library must be built for
+// the same target as the plug-in.
+//
+//   field           32-bit (armeabi-v7a, armhf)   64-bit (arm64-v8a, x86_64)
+//   flags           0                             0
+//   outputBuffer    4  (4 bytes)                  8  (8 bytes; 4 bytes of padding before)
+//   outputCapacity  8                             16
+//   reserved1[4]    12                            20
+//   mode            28                            36
+//   reserved2[2]    32                            40
+//   size            40 (ten 32-bit words)         48 (4 bytes of tail padding)
 struct NexForkExecOpt {
   int32_t flags;
   char* outputBuffer;       // standard output, NUL-terminated
