@@ -11,6 +11,7 @@ void Logger::write(int level, int module, const char* file, int line, std::strin
   if (level >= traceLevel_) {
     trace_.record("log", Json{{"level", level}, {"module", module}, {"text", text}});
   }
+  if (journal_ != Journal::kKeep) return;
   lines_.push_back(LogLine{level, module, file != nullptr ? file : "", line, std::move(text)});
 }
 

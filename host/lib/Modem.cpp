@@ -145,6 +145,8 @@ Json decodeMessage(const std::string& type, const uint8_t* bytes, std::size_t si
 }
 
 void Modem::receive(int client, const char* type, const void* record, std::size_t size) {
+  ++received_;
+  if (!journal_) return;
   ModemMessage message;
   message.client = client;
   message.type = type;

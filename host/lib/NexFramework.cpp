@@ -26,6 +26,14 @@ NexMsg::NexMsg(nexhost::Logger& logger) : logger_(&logger) {}
 void NexMsg::print(int level, int module, const char* file, int line, const char* format, ...) {
   va_list args;
   va_start(args, format);
+  if (!logger_->wants(level)) {
+    if (logger_->journal() == nexhost::Logger::Journal::kFormatOnly) {
+      char text[1024];
+      std::vsnprintf(text, sizeof text, format, args);
+    }
+    va_end(args);
+    return;
+  }
   va_list copy;
   va_copy(copy, args);
   const int needed = std::vsnprintf(nullptr, 0, format, copy);

@@ -35,11 +35,24 @@ class Logger {
   // Record lines at or above `level` in the trace; 5 (the default) records none.
   void setTraceLevel(int level) { traceLevel_ = level; }
 
+  // What happens to a line that is neither printed nor traced: kept in lines() (the
+  // default), formatted and dropped (what a handset logger's formatting costs), or
+  // dropped unformatted (the plug-in's own cost of a log call, as in benchmarks).
+  enum class Journal { kKeep, kFormatOnly, kOff };
+  void setJournal(Journal journal) { journal_ = journal; }
+  Journal journal() const { return journal_; }
+  // Whether a line at `level` is printed, traced or kept, so must be formatted as text.
+  bool wants(int level) const {
+    return journal_ == Journal::kKeep || (level >= stderrLevel_ && stderrLevel_ >= 0) ||
+           level >= traceLevel_;
+  }
+
  private:
   Trace& trace_;
   std::vector<LogLine> lines_;
   int stderrLevel_ = -1;
   int traceLevel_ = 5;
+  Journal journal_ = Journal::kKeep;
 };
 
 }  // namespace nexhost

@@ -34,9 +34,15 @@ class Modem {
   std::vector<ModemMessage> messagesOfType(const std::string& type) const;
   void clear() { messages_.clear(); }
 
+  // With the journal off, messages are only counted: neither decoded, traced nor kept.
+  void setJournal(bool keep) { journal_ = keep; }
+  std::size_t received() const { return received_; }
+
  private:
   Trace& trace_;
   std::vector<ModemMessage> messages_;
+  bool journal_ = true;
+  std::size_t received_ = 0;
 };
 
 // Field-by-field renderings of the modem records, as nexhost prints them.

@@ -1,0 +1,149 @@
+#include "Inputs.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+namespace bench {
+
+namespace {
+
+std::string readFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) {
+    std::fprintf(stderr, "bench: cannot read %s\n", path.c_str());
+    std::exit(2);
+  }
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+using Bytes = std::vector<uint8_t>;
+
+void addElement(Bytes& out, uint8_t id, const Bytes& body) {
+  out.push_back(id);
+  out.push_back(static_cast<uint8_t>(body.size()));
+  out.insert(out.end(), body.begin(), body.end());
+}
+
+Bytes textBytes(const char* text) {
+  Bytes bytes;
+  for (const char* c = text; *c != '\0'; ++c) bytes.push_back(static_cast<uint8_t>(*c));
+  return bytes;
+}
+
+std::string composeElements() {
+  constexpr std::size_t kSize = 512;
+  Bytes ie;
+  addElement(ie, 0, textBytes("Pension Lindenhof Gaeste"));
+  addElement(ie, 1, {0x82, 0x84, 0x8b, 0x96, 0x0c, 0x12, 0x18, 0x24});
+  addElement(ie, 3, {0x24});
+  addElement(ie, 5, {0x00, 0x01, 0x00, 0x00});
+  addElement(ie, 7,
+             {'D', 'E', 0x20, 0x01, 0x0d, 0x14, 0x24, 0x04, 0x17, 0x34, 0x04, 0x1e, 0x64, 0x0c,
+              0x1e, 0x95, 0x05, 0x24});
+  addElement(ie, 11, {0x07, 0x00, 0x5a, 0x00, 0x00});
+  addElement(ie, 42, {0x00});
+  addElement(ie, 50, {0x30, 0x48, 0x60, 0x6c});
+  addElement(ie, 45,
+             {0xef, 0x09, 0x1b, 0xff, 0xff, 0xff, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
+              0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00});
+  addElement(ie, 61, {0x24, 0x05, 0x04, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
+                      0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00});
+  addElement(ie, 127, {0x04, 0x00, 0x08, 0x00, 0x00, 0x00, 0x00, 0x40});
+  addElement(ie, 191, {0x91, 0x59, 0x82, 0x0f, 0xea, 0xff, 0x00, 0x00, 0xea, 0xff, 0x00, 0x00});
+  addElement(ie, 192, {0x01, 0x2a, 0x00, 0xfc, 0xff});
+  addElement(ie, 48, {0x01, 0x00, 0x00, 0x0f, 0xac, 0x04, 0x01, 0x00, 0x00, 0x0f, 0xac, 0x04,
+                      0x02, 0x00, 0x00, 0x0f, 0xac, 0x02, 0x00, 0x0f, 0xac, 0x08, 0x8c, 0x00});
+  addElement(ie, 107, {0x02, 0x38, 0xe6, 0xf1, 0x00, 0x00, 0x01});
+  addElement(ie, 221, {0x00, 0x50, 0xf2, 0x02, 0x01, 0x01, 0x80, 0x00, 0x03, 0xa4, 0x00, 0x00,
+                       0x27, 0xa4, 0x00, 0x00, 0x42, 0x43, 0x5e, 0x00, 0x62, 0x32, 0x2f, 0x00});
+  addElement(ie, 255,
+             {0x23, 0x03, 0x08, 0x00, 0x00, 0x00, 0x00, 0x00, 0x40, 0x0e, 0x00, 0x00, 0x00, 0x00,
+              0x00, 0x00, 0x00, 0x00, 0xfa, 0xff, 0xfa, 0xff, 0x39, 0x1c, 0xc7, 0x71, 0x1c, 0x07});
+  addElement(ie, 255, {0x24, 0xf4, 0x3f, 0x00, 0x09, 0xfc, 0xff});
+  addElement(ie, 70, {0x33, 0x00, 0x00, 0x00, 0x00});
+  addElement(ie, 59, {0x73, 0x51, 0x53, 0x54, 0x73, 0x74, 0x75, 0x76, 0x77, 0x78, 0x79, 0x7a});
+  // Vendor elements make up the rest, as WPS and other vendor data do on the air.
+  uint8_t filler = 0x10;
+  while (ie.size() + 2 < kSize) {
+    std::size_t size = kSize - ie.size() - 2;
+    if (size > 120) size = size - 120 < 3 ? 100 : 120;  // leave room for a non-empty one
+    Bytes body = {0x00, 0x50, 0xf2, 0x04};
+    while (body.size() < size) body.push_back(filler++);
+    body.resize(size);
+    addElement(ie, 221, body);
+  }
+  if (ie.size() != kSize) {
+    std::fprintf(stderr, "bench: composed elements are %zu bytes\n", ie.size());
+    std::exit(2);
+  }
+  std::string text;
+  char pair[3];
+  for (uint8_t byte : ie) {
+    std::snprintf(pair, sizeof pair, "%02x", static_cast<unsigned>(byte));
+    text += pair;
+  }
+  return text;
+}
+
+std::vector<ScanLine> splitScanLines(const std::string& listing) {
+  std::vector<ScanLine> lines;
+  std::istringstream in(listing);
+  std::string line;
+  std::getline(in, line);  // header
+  while (std::getline(in, line)) {
+    std::istringstream columns(line);
+    ScanLine scan;
+    std::string frequency, level, flags;
+    std::getline(columns, scan.bssid, '\t');
+    std::getline(columns, frequency, '\t');
+    std::getline(columns, level, '\t');
+    std::getline(columns, flags, '\t');
+    std::getline(columns, scan.ssid);
+    scan.frequency = std::atoi(frequency.c_str());
+    lines.push_back(scan);
+  }
+  return lines;
+}
+
+}  // namespace
+
+const std::string& recorded(const std::string& name) {
+  static std::map<std::string, std::string> cache;
+  auto found = cache.find(name);
+  if (found == cache.end()) {
+    found = cache.emplace(name, readFile(std::string(MDX_RECORDED_DIR) + "/" + name)).first;
+  }
+  return found->second;
+}
+
+const std::string& scanResults() {
+  static const std::string text = readFile(std::string(MDX_BENCH_DATA_DIR) + "/scan_results.txt");
+  return text;
+}
+
+const std::vector<ScanLine>& scanLines() {
+  static const std::vector<ScanLine> lines = splitScanLines(scanResults());
+  return lines;
+}
+
+std::string elementsOf(const std::string& bssReply) {
+  std::istringstream in(bssReply);
+  std::string line;
+  while (std::getline(in, line)) {
+    if (line.compare(0, 3, "ie=") == 0) return line.substr(3);
+  }
+  return "";
+}
+
+const std::string& composedElements() {
+  static const std::string text = composeElements();
+  return text;
+}
+
+}  // namespace bench
