@@ -19,15 +19,18 @@ struct ReplyBuffer {
   ReplyBuffer() : length(kReplyBufferSize - 1) { std::memset(text, 0, sizeof text); }
 };
 
-bool sendTo(NexSupplicantWrapper* supplicant, const std::string& command, ReplyBuffer& reply) {
-  const int ok = supplicant->sendCommandToSupplicant(command, reply.text, &reply.length);
+// The host takes the command by value: a command built for one query is handed over, not
+// copied.
+bool sendTo(NexSupplicantWrapper* supplicant, std::string command, ReplyBuffer& reply) {
+  const int ok = supplicant->sendCommandToSupplicant(std::move(command), reply.text, &reply.length);
   reply.text[kReplyBufferSize - 1] = '\0';  // whatever the host wrote, the text ends here
   return ok != 0;
 }
 
-bool sendTo(NexSupplicantWrapper* supplicant, const std::string& command, ReplyBuffer& reply,
+bool sendTo(NexSupplicantWrapper* supplicant, std::string command, ReplyBuffer& reply,
             supplicantType_t type) {
-  const int ok = supplicant->sendCommandToSupplicant(command, reply.text, &reply.length, type);
+  const int ok =
+      supplicant->sendCommandToSupplicant(std::move(command), reply.text, &reply.length, type);
   reply.text[kReplyBufferSize - 1] = '\0';
   return ok != 0;
 }
@@ -82,7 +85,8 @@ void WifiInfoProvider::scanResultsReadyCb(void* /*data*/, void* context) {
 
   // A failed command leaves the zeroed buffer: parsed as an empty listing.
   ReplyBuffer reply;
-  if (self->supplicant != nullptr) sendTo(self->supplicant, NexSupplicantWrapper::scanResultCmd, reply);
+  if (self->supplicant != nullptr)
+    sendTo(self->supplicant, NexSupplicantWrapper::scanResultCmd, reply);
   WifiScanResult result;
   if (self->parser != nullptr) result = self->parser->parseScanData(reply.text);
   result.filterData(self->reports);
@@ -191,7 +195,7 @@ BssLoad WifiInfoProvider::getBssLoadInfo(std::string bssid) {
     return load;
   }
   ReplyBuffer reply;
-  if (!sendTo(supplicant, command, reply)) {
+  if (!sendTo(supplicant, std::move(command), reply)) {
     MDX_LOG(1, "Signal Poll command returned error");
     return load;
   }

@@ -22,13 +22,26 @@ constexpr size_t kBssLoadSize = 5;
 constexpr size_t kHtOperationSize = 22;
 constexpr size_t kVhtOperationSize = 5;
 constexpr size_t kMaxRates = 8;
+constexpr size_t kMaxElementSize = 255;  // the length is one byte
 
 // The one-line log texts are bounded like every formatted text of the plug-in.
 constexpr size_t kLineSize = 1024;
 
+// hex_to_dec as a table: the walk decodes every character of every element.
+struct HexDigits {
+  uint8_t value[256] = {};
+  constexpr HexDigits() {
+    for (int c = '1'; c <= '9'; ++c) value[c] = static_cast<uint8_t>(c - '0');
+    for (int c = 'A'; c <= 'F'; ++c) value[c] = static_cast<uint8_t>(c - 'A' + 10);
+    for (int c = 'a'; c <= 'f'; ++c) value[c] = static_cast<uint8_t>(c - 'a' + 10);
+  }
+};
+constexpr HexDigits kHexDigits;
+
 // One byte from two hex characters; the caller has checked that both are there.
 uint8_t hexByte(const char* pair) {
-  return static_cast<uint8_t>((hex_to_dec(pair[0]) << 4) | hex_to_dec(pair[1]));
+  return static_cast<uint8_t>(kHexDigits.value[static_cast<unsigned char>(pair[0])] << 4 |
+                              kHexDigits.value[static_cast<unsigned char>(pair[1])]);
 }
 
 void logElement(uint8_t id, const std::vector<uint8_t>& body) {
@@ -233,10 +246,7 @@ int CountryElement::get_id() { return kCountryId; }
 
 uint8_t hex_to_dec(char c) {
   // '0' and every character that is not a hex digit read as 0.
-  if (c >= '1' && c <= '9') return static_cast<uint8_t>(c - '0');
-  if (c >= 'A' && c <= 'F') return static_cast<uint8_t>(c - 'A' + 10);
-  if (c >= 'a' && c <= 'f') return static_cast<uint8_t>(c - 'a' + 10);
-  return 0;
+  return kHexDigits.value[static_cast<unsigned char>(c)];
 }
 
 char* parse_next_tlv(char* text, uint8_t* id, std::vector<uint8_t>* body) {
@@ -247,10 +257,15 @@ char* parse_next_tlv(char* text, uint8_t* id, std::vector<uint8_t>* body) {
   const size_t length = hexByte(text + 2);
   body->clear();
   if (length == 0) return nullptr;  // a zero-length element ends the walk
+  body->resize(length);  // the walk reuses one vector: no allocation once it is large enough
+  uint8_t* byte = body->data();
   const char* pair = text + 4;
   for (size_t i = 0; i < length; ++i, pair += 2) {
-    if (pair[0] == '\0' || pair[1] == '\0') return nullptr;
-    body->push_back(hexByte(pair));
+    if (pair[0] == '\0' || pair[1] == '\0') {
+      body->resize(i);  // what was read before the text ended
+      return nullptr;
+    }
+    byte[i] = hexByte(pair);
   }
   return text + 4 + 2 * length;
 }
@@ -260,6 +275,7 @@ void parse(char* text, BssLoad& load) {
   uint8_t vhtWidth = 0;
   uint8_t id = 0;
   std::vector<uint8_t> body;
+  body.reserve(kMaxElementSize);  // one allocation for the whole walk
   for (char* next = parse_next_tlv(text, &id, &body); next != nullptr;
        next = parse_next_tlv(next, &id, &body)) {
     logElement(id, body);
@@ -300,6 +316,7 @@ void parse(char* text, BssLoad& load) {
 void parse(char* text, std::map<int, InformationElement*>& map) {
   uint8_t id = 0;
   std::vector<uint8_t> body;
+  body.reserve(kMaxElementSize);
   for (char* next = parse_next_tlv(text, &id, &body); next != nullptr;
        next = parse_next_tlv(next, &id, &body)) {
     logElement(id, body);

@@ -66,6 +66,30 @@ bool is(const char* key, const char* name) { return std::strcmp(key, name) == 0;
 uint16_t toUint16(const char* text) { return static_cast<uint16_t>(textToInt(text)); }
 int16_t toInt16(const char* text) { return static_cast<int16_t>(textToInt(text)); }
 
+int hexDigit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+// The form the supplicant prints, six two-digit groups joined by colons, converted the way
+// the scanf format "%x:%x:%x:%x:%x:%x" converts it, without scanf's cost (each scan
+// report converts every BSSID it lists). Any other text is left to scanf: false.
+bool readPrintedMac(uint8_t (&mac)[6], const char* text) {
+  uint8_t bytes[6];
+  for (int i = 0; i < 6; ++i) {
+    const char* group = text + 3 * i;
+    const int high = hexDigit(group[0]);
+    const int low = high < 0 ? -1 : hexDigit(group[1]);
+    if (low < 0 || (i < 5 && group[2] != ':')) return false;
+    bytes[i] = static_cast<uint8_t>(high << 4 | low);
+  }
+  if (hexDigit(text[17]) >= 0) return false;  // the last number goes on
+  std::memcpy(mac, bytes, sizeof bytes);
+  return true;
+}
+
 // The last rate of a rates element, 0 when it holds none.
 int32_t lastRate(InformationElement* element) {
   const auto* rates = dynamic_cast<SupportedRateElement*>(element);
@@ -179,6 +203,7 @@ char* WifiParser::MacAddressToString(const uint8_t* mac) {
 }
 
 void WifiParser::StringToMac(uint8_t (&mac)[6], const char* text) {
+  if (text != nullptr && readPrintedMac(mac, text)) return;
   unsigned int group[6];
   if (text == nullptr || std::sscanf(text, "%x:%x:%x:%x:%x:%x", &group[0], &group[1], &group[2],
                                      &group[3], &group[4], &group[5]) != 6) {
@@ -199,10 +224,11 @@ WifiScanResult WifiParser::parseScanData(const char* text) {
   }
   ReplyCopy copy(text);
   if (copy.get() == nullptr) return result;
-  // Slots persist across lines: a missing column repeats the previous line's value.
-  std::string bssid;
-  std::string freq;
-  std::string ssid;
+  // Slots persist across lines: a missing column repeats the previous line's value. They
+  // point into the copy, which outlives the walk; addData gets its own strings.
+  const char* bssid = "";
+  const char* freq = "";
+  const char* ssid = "";
   int16_t signal = 0;
   char* save = nullptr;
   strtok_r(copy.get(), "\n", &save);  // header

@@ -1,6 +1,5 @@
 #include "WifiScanResult.h"
 
-#include <cstdio>
 #include <utility>
 
 #include "Log.h"
@@ -22,7 +21,7 @@ const char kBand5Text[] = "5ghtz";
 const char kRangeEnd[] = "~";
 
 // Inclusive bounds; 5845 MHz and 6 GHz channels have no band.
-std::string bandOf(uint16_t mhz) {
+const char* bandOf(uint16_t mhz) {
   if (mhz >= 2412 && mhz <= 2484) return kBand24Text;
   if (mhz >= 3657 && mhz <= 3692) return kBand36Text;
   if (mhz >= 5035 && mhz <= 5825) return kBand5Text;
@@ -38,10 +37,56 @@ std::string channelTextOf(uint16_t channel) {
     case kBand24:
       return kBand24Text;
     default: {
+      // The decimal text "%lu" gives, written directly: a request with many channel codes
+      // formats one for every BSSID it names.
       char text[10];
-      std::snprintf(text, sizeof(text), "%lu", static_cast<unsigned long>(channel));
-      return text;
+      char* start = text + sizeof(text);
+      unsigned value = channel;
+      do {
+        *--start = static_cast<char>('0' + value % 10);
+        value /= 10;
+      } while (value != 0);
+      return std::string(start, text + sizeof(text));
     }
+  }
+}
+
+// first + "&" + second, allocated once at its final size.
+std::string joined(const std::string& first, const std::string& second) {
+  std::string key;
+  key.reserve(first.size() + 1 + second.size());
+  key.append(first).push_back('&');
+  key.append(second);
+  return key;
+}
+
+std::string joined(const std::string& first, const std::string& second, const std::string& third) {
+  std::string key;
+  key.reserve(first.size() + second.size() + third.size() + 2);
+  key.append(first).push_back('&');
+  key.append(second).push_back('&');
+  key.append(third);
+  return key;
+}
+
+// For a key not below `prefix`: whether it is also not above prefix + "~", without
+// building that bound. Such a key begins with the prefix, and what follows is nothing,
+// exactly "~", or starts with a byte below '~' (bytes compare unsigned, as in the maps).
+bool withinPrefixRange(const std::string& key, const std::string& prefix) {
+  if (key.compare(0, prefix.size(), prefix) != 0) return false;
+  const std::size_t rest = key.size() - prefix.size();
+  if (rest == 0) return true;
+  const unsigned char next = static_cast<unsigned char>(key[prefix.size()]);
+  return next < static_cast<unsigned char>(kRangeEnd[0]) ||
+         (next == static_cast<unsigned char>(kRangeEnd[0]) && rest == 1);
+}
+
+// Visits, in key order, every entry of [prefix, prefix + "~"].
+template <typename Map, typename Visit>
+void forPrefixRange(Map& map, const std::string& prefix, Visit visit) {
+  for (auto it = map.lower_bound(prefix); it != map.end() && withinPrefixRange(it->first, prefix);
+       ++it) {
+    visit(*it);
   }
 }
 
@@ -75,26 +120,38 @@ void WifiScanResult::addData(std::string bssid, std::string freq, int16_t rssi, 
     mhz = static_cast<uint16_t>(textToInt(freq.c_str()));
     band = bandOf(mhz);
   }
-  BssidInfo record;
-  record.ssid = ssid;
-  record.bssid = bssid;
-  record.freq = freq;
-  record.rssi = rssi;
-  // emplace keeps an existing entry: the first line seen for a key wins.
-  byFreqBssidSsid.emplace(freq + "&" + bssid + "&" + ssid, record);
-  byBssidFreq.emplace(bssid + "&" + freq, record);
-  byFreqBssid.emplace(freq + "&" + bssid, record);
+  std::string freqBssidSsid = joined(freq, bssid, ssid);
+  std::string bssidFreq = joined(bssid, freq);
+  std::string freqBssid = joined(freq, bssid);
+  // Also for an empty band: an out-of-band BSS gets the keys bssid + "&" and "&" + bssid.
+  std::string bssidBand;
+  std::string bandBssid;
   if (mhz != 0) {
-    // Also for an empty band: an out-of-band BSS gets the keys bssid + "&" and "&" + bssid.
-    byBssidFreq.emplace(bssid + "&" + band, record);
-    byFreqBssid.emplace(band + "&" + bssid, record);
+    bssidBand = joined(bssid, band);
+    bandBssid = joined(band, bssid);
   }
+  BssidInfo record;
+  record.ssid = std::move(ssid);
+  record.bssid = std::move(bssid);
+  record.freq = std::move(freq);
+  record.rssi = rssi;
+  // try_emplace keeps an existing entry, and then copies nothing: the first line seen for
+  // a key wins. The last map to take the record gets it moved.
+  byFreqBssidSsid.try_emplace(std::move(freqBssidSsid), record);
+  byBssidFreq.try_emplace(std::move(bssidFreq), record);
+  if (mhz == 0) {
+    byFreqBssid.try_emplace(std::move(freqBssid), std::move(record));
+    return;
+  }
+  byFreqBssid.try_emplace(std::move(freqBssid), record);
+  byBssidFreq.try_emplace(std::move(bssidBand), record);
+  byFreqBssid.try_emplace(std::move(bandBssid), std::move(record));
 }
 
 void WifiScanResult::filterData(std::list<MeasurementRequestReport>& requests) {
+  // Filtering never changes a request, so its BSSIDs and channels are read in place.
   for (const MeasurementRequestReport& request : requests) {
-    const std::map<std::string, std::set<uint16_t>> bssidChannels = request.bssidChannels;
-    for (const auto& [bssid, channels] : bssidChannels) {
+    for (const auto& [bssid, channels] : request.bssidChannels) {
       for (uint16_t channel : channels) findPartialKey(request.ssid, bssid, channel);
     }
   }
@@ -115,34 +172,41 @@ void WifiScanResult::filterFreqAndBssid(const std::string& bssid, uint16_t chann
                                         std::map<std::string, BssidInfo>& partial) {
   const bool broadcast = bssid == kBroadcastBssid;  // case-sensitive on purpose
   const bool anyChannel = channel == kAnyChannel;
+  // One key buffer for every look-up: a record already taken costs no allocation.
+  std::string key;
   // A BSS reached through both its frequency key and its band key enters once.
-  auto take = [&partial](const BssidInfo& record) {
-    partial.emplace(record.ssid + "&" + record.bssid, record);
-  };
-  auto takePrefixRange = [&take](const std::map<std::string, BssidInfo>& keys,
-                                 const std::string& prefix) {
-    const auto end = keys.upper_bound(prefix + kRangeEnd);
-    for (auto it = keys.lower_bound(prefix); it != end; ++it) take(it->second);
+  auto take = [&partial, &key](const std::pair<const std::string, BssidInfo>& entry) {
+    const BssidInfo& record = entry.second;
+    key.assign(record.ssid).push_back('&');
+    key.append(record.bssid);
+    partial.try_emplace(key, record);
   };
 
   if (!anyChannel && broadcast) {
-    takePrefixRange(byFreqBssid, channelText);
+    forPrefixRange(byFreqBssid, channelText, take);
   } else if (anyChannel && !broadcast) {
-    takePrefixRange(byBssidFreq, bssid);
+    forPrefixRange(byBssidFreq, bssid, take);
   } else if (!anyChannel && !broadcast) {
-    const auto found = byBssidFreq.find(bssid + "&" + channelText);
-    if (found != byBssidFreq.end()) take(found->second);
+    key.assign(bssid).push_back('&');
+    key.append(channelText);
+    const auto found = byBssidFreq.find(key);
+    if (found != byBssidFreq.end()) take(*found);
   } else {
-    for (const auto& entry : byBssidFreq) take(entry.second);
+    for (const auto& entry : byBssidFreq) take(entry);
   }
 }
 
 void WifiScanResult::filterSsid(const std::string& ssid, std::map<std::string, BssidInfo> partial) {
+  // The partial result is this call's own: each record is copied once and moved once, and
+  // its entry released as soon as it is done with.
   if (ssid == kAnySsid) {
     // Any SSID merges into the groups already there.
-    for (const auto& entry : partial) {
-      filteredList.push_back(entry.second);
-      filteredBySsid[entry.second.ssid].push_back(entry.second);
+    while (!partial.empty()) {
+      auto entry = partial.extract(partial.begin());
+      BssidInfo& record = entry.mapped();
+      filteredList.push_back(record);
+      std::list<BssidInfo>& group = filteredBySsid[record.ssid];
+      group.push_back(std::move(record));
     }
     return;
   }
@@ -150,12 +214,11 @@ void WifiScanResult::filterSsid(const std::string& ssid, std::map<std::string, B
   // Prefix match on the "ssid&bssid" keys. A named SSID keeps the group it made first, and a
   // miss still makes an (empty) group.
   std::list<BssidInfo> matched;
-  const auto end = partial.upper_bound(ssid + kRangeEnd);
-  for (auto it = partial.lower_bound(ssid); it != end; ++it) {
-    filteredList.push_back(it->second);
-    matched.push_back(it->second);
-  }
-  filteredBySsid.emplace(ssid, std::move(matched));
+  forPrefixRange(partial, ssid, [this, &matched](std::pair<const std::string, BssidInfo>& entry) {
+    filteredList.push_back(entry.second);
+    matched.push_back(std::move(entry.second));
+  });
+  filteredBySsid.try_emplace(ssid, std::move(matched));
 }
 
 void WifiScanResult::dumpReport() {

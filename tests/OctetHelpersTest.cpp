@@ -68,6 +68,15 @@ TEST_F(OctetHelpersTest, MacTextsConvertBothWays) {
       {"100:2:3:4:5:6", {0x00, 0x02, 0x03, 0x04, 0x05, 0x06}},  // low 8 bits kept
       {"1:2:3:4:5", unchanged},
       {nullptr, unchanged},
+      // Near the printed form, every text still reads as "%x:%x:%x:%x:%x:%x" reads it.
+      {"02:00:00:00:00:1a0", {0x02, 0x00, 0x00, 0x00, 0x00, 0xa0}},  // the last number goes on
+      {"02:00:00:00:00:1a:77", {0x02, 0x00, 0x00, 0x00, 0x00, 0x1a}},
+      {"02:00:00:00:00:1g", {0x02, 0x00, 0x00, 0x00, 0x00, 0x01}},
+      {"02:00:00:00:00:0x", {0x02, 0x00, 0x00, 0x00, 0x00, 0x00}},
+      {" 2:00:00:00:00:1a", {0x02, 0x00, 0x00, 0x00, 0x00, 0x1a}},
+      {"0x2:0:0:0:0:1a", {0x02, 0x00, 0x00, 0x00, 0x00, 0x1a}},
+      {"02-00-00-00-00-1a", unchanged},
+      {"02:00:00:00:00:", unchanged},
   };
   for (const auto& c : cases) {
     host.logger.clear();

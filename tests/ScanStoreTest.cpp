@@ -1,4 +1,5 @@
 // The scan store: its keys, and the SSID, BSSID and channel filters.
+#include <cstdio>
 #include <list>
 
 #include "ParserTest.h"
@@ -131,6 +132,54 @@ TEST_F(ScanStoreTest, FiltersMatchSsidAndChannelByPrefix) {
     std::map<std::string, std::vector<std::string>> groups;
     for (const auto& [ssid, records] : store.filteredBySsid) groups[ssid] = namesOf(records);
     EXPECT_EQ(groups, c.groups) << c.name;
+  }
+}
+
+// The ranges end at prefix + "~" in unsigned byte order: a name continuing with '~' or
+// with a byte above it (DEL, UTF-8) is outside, one continuing below '~' inside.
+TEST_F(ScanStoreTest, PrefixRangesEndAtTheTildeInUnsignedByteOrder) {
+  const struct {
+    const char* ssid;
+    bool grouped;  // under the filter "Net"
+  } cases[] = {
+      // The grouped ones in "ssid&bssid" key order: '!' sorts before '&'.
+      {"Net!", true},     {"Net", true},          {"Net}", true}, {"Net~", false}, {"Net~1", false},
+      {"Net\x7f", false}, {"Net\xc3\xa9", false}, {"Nes", false}, {"Neu", false},  {"Ne", false},
+  };
+  WifiScanResult store;
+  std::vector<std::string> expected;
+  int n = 0;
+  for (const auto& c : cases) {
+    char bssid[18];
+    std::snprintf(bssid, sizeof bssid, "02:00:00:00:00:%02x", ++n);
+    store.addData(bssid, "2437", -50, c.ssid);
+    if (c.grouped) expected.push_back(std::string(c.ssid) + "/2437");
+  }
+  std::list<MeasurementRequestReport> requests = {filter("Net", kAny, {65535})};
+  store.filterData(requests);
+  EXPECT_EQ(namesOf(store.filteredBySsid.at("Net")), expected);
+}
+
+// A channel code that is no band is looked up as its decimal text, by prefix.
+TEST_F(ScanStoreTest, ChannelCodesAreMatchedAsTheirDecimalText) {
+  const struct {
+    uint16_t code;
+    std::vector<std::string> listed;
+  } cases[] = {
+      {0, {"A/0"}},
+      {10, {"B/10", "C/100"}},
+      {100, {"C/100"}},
+      {65534, {"D/65534"}},
+  };
+  for (const auto& c : cases) {
+    WifiScanResult store;
+    store.addData("02:00:00:00:00:01", "0", -40, "A");
+    store.addData("02:00:00:00:00:02", "10", -40, "B");
+    store.addData("02:00:00:00:00:03", "100", -40, "C");
+    store.addData("02:00:00:00:00:04", "65534", -40, "D");
+    std::list<MeasurementRequestReport> requests = {filter("AnySSID", kAny, {c.code})};
+    store.filterData(requests);
+    EXPECT_EQ(namesOf(store.filteredList), c.listed) << c.code;
   }
 }
 
