@@ -24,6 +24,7 @@ namespace bench {
 namespace {
 
 nexhost::Logger::Journal journalMode = nexhost::Logger::Journal::kOff;
+bool withoutLogger = false;
 
 // wpa_supplicant as cheap as a host can answer: fixed replies, nothing recorded.
 class BenchSupplicant : public nexhost::SupplicantBackend {
@@ -64,6 +65,7 @@ class HostedRunner : public Runner {
     host_ = std::make_unique<nexhost::Host>(std::move(backend));
     host_->logger.setJournal(journalMode);
     host_->modem.setJournal(journalMode == nexhost::Logger::Journal::kKeep);
+    if (withoutLogger) NexMsg::globalLogger = nullptr;
   }
 
   std::string digest() override {
@@ -607,6 +609,7 @@ std::vector<Case> allCases() {
 }  // namespace
 
 void setJournal(nexhost::Logger::Journal journal) { journalMode = journal; }
+void setWithoutLogger(bool without) { withoutLogger = without; }
 
 const std::vector<Case>& cases() {
   static const std::vector<Case> all = allCases();

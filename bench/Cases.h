@@ -15,6 +15,9 @@ namespace bench {
 // default, kOff, measures the plug-in's own cost of each log call; kFormatOnly adds the
 // formatting of every line; kKeep keeps them all (and every modem message) for --digest.
 void setJournal(nexhost::Logger::Journal journal);
+// No logger at all: every log call stops at the plug-in's null check. Shows what the
+// log calls cost, by difference.
+void setWithoutLogger(bool without);
 
 class Runner {
  public:

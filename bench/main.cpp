@@ -9,8 +9,9 @@
 //   mdxwifi_bench --callgrind [NAME]  one run of each case (or those whose name contains
 //                                     NAME) per callgrind dump, with its heap use; run under
 //                                     valgrind --tool=callgrind --collect-atstart=no
-//   --log=off|format|keep             what the host logger does with the plug-in's lines:
-//                                     drop them (default), format and drop, keep
+//   --log=off|format|keep|none        what the host logger does with the plug-in's lines:
+//                                     drop them (default), format and drop, keep; or no
+//                                     logger at all
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -143,6 +144,8 @@ int main(int argc, char** argv) {
       bench::setJournal(nexhost::Logger::Journal::kOff);
     } else if (arg == "--log=format") {
       bench::setJournal(nexhost::Logger::Journal::kFormatOnly);
+    } else if (arg == "--log=none") {
+      bench::setWithoutLogger(true);
     } else if (arg == "--log=keep") {
       bench::setJournal(nexhost::Logger::Journal::kKeep);
     } else if (arg == "--check" || arg == "--digest" || arg == "--callgrind" || arg == "--list") {
