@@ -6,8 +6,12 @@
 
 #include <cstdint>
 #include <cstring>
+#include <set>
 #include <string>
 
+#include "RawMeasurement.h"
+#include "TestHost.h"
+#include "WifiInfoProvider.h"
 #include "WifiParser.h"
 #include "dsd/dsd_messages_v01.h"
 #include "nex/NexCde.h"
@@ -188,6 +192,51 @@ TEST(RecordLayoutTest, HighBytesRoundTripThroughTheRecordDecoders) {
       {"availability ipv4", a["ipv4_addr"], "192.168.0.255"},
   };
   for (const Case& c : cases) EXPECT_EQ(c.decoded, c.expected) << c.what;
+}
+
+using IndicationBytesTest = PluginTest;
+
+// The modem's start indication: SSID bytes compared against 0xFF, BSSID octets and channel
+// codes with their top bit set.
+TEST_F(IndicationBytesTest, HighBytesDecodeTheSameWhateverCharSignedness) {
+  struct Case {
+    std::string ssidField;  // the 32-byte field, NUL-padded
+    std::string ssid;
+  } cases[] = {
+      {std::string(32, '\xFF'), "AnySSID"},
+      {std::string(31, '\xFF') + '\xFE', std::string(31, '\xFF') + '\xFE'},
+      {std::string("\xFF" "ab"), "\xFF" "ab"},
+      {std::string("caf\xC3\xA9"), "caf\xC3\xA9"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.ssid);
+    dsd_start_wifi_meas_ind_msg_v01 ind = rssiIndication(7);
+    ind.wifi_ident_valid = 1;
+    ind.wifi_ident_len = 1;
+    dsd_wifi_ident_type_v01& network = ind.wifi_ident[0];
+    std::memcpy(network.ssid_info.ssid, c.ssidField.data(), c.ssidField.size());
+    network.bssid_list_len = 1;
+    const uint8_t bssid[6] = {0x80, 0xFF, 0x7F, 0x00, 0xA5, 0x5A};
+    std::memcpy(network.bssid_list[0].bssid, bssid, 6);
+    network.bssid_list[0].channel_list_len = 3;
+    network.bssid_list[0].channel_list[0] = 0xFFFF;
+    network.bssid_list[0].channel_list[1] = 5180;
+    network.bssid_list[0].channel_list[2] = 0x8000;
+
+    WifiMeasurementRequest::RawMeasurement raw(host.client(), host.com, host.timer,
+                                               host.supplicant(), *WifiInfoProvider::getInstance(),
+                                               ind, nullptr);
+    ASSERT_TRUE(raw.isConfigParamOk());
+    raw.parseMeasurementRequestMdxMessage();
+    ASSERT_EQ(raw.requestReports().size(), 1u);
+    const MeasurementRequestReport& report = raw.requestReports().front();
+    EXPECT_EQ(report.ssid, c.ssid);
+    EXPECT_EQ(raw.bssidFilterText(), "80:ff:7f:00:a5:5a");
+    EXPECT_EQ(raw.channelFilterText(), "65535,5180,32768");
+    const std::set<uint16_t> codes = {5180, 0x8000, 0xFFFF};
+    ASSERT_EQ(report.bssidChannels.count("80:ff:7f:00:a5:5a"), 1u);
+    EXPECT_EQ(report.bssidChannels.at("80:ff:7f:00:a5:5a"), codes);
+  }
 }
 
 TEST(RecordLayoutTest, IccidOctetsAboveSevenBitDecodeByNibble) {
