@@ -7,6 +7,15 @@ Host* currentHost = nullptr;
 }  // namespace
 
 Host::Host(std::unique_ptr<SupplicantBackend> backend) : backend_(std::move(backend)) {
+  wireBackend();
+}
+
+Host::Host(const BackendFactory& makeBackend) {
+  backend_ = makeBackend(*this);
+  wireBackend();
+}
+
+void Host::wireBackend() {
   if (!backend_) {
     auto scripted = std::make_unique<ScriptedSupplicant>(trace, scheduler);
     scripted_ = scripted.get();

@@ -1,6 +1,7 @@
 #include "nexhost/Modem.h"
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace nexhost {
 
@@ -32,6 +33,39 @@ std::string ipv4Text(uint32_t value) {
 }
 
 std::size_t clampLen(uint32_t len, std::size_t max) { return len < max ? len : max; }
+
+// A word in network byte order: its first byte in memory is the first octet.
+std::string networkIpv4Text(uint32_t value) {
+  uint8_t octets[4];
+  std::memcpy(octets, &value, sizeof octets);
+  char text[16];
+  std::snprintf(text, sizeof text, "%u.%u.%u.%u", octets[0], octets[1], octets[2], octets[3]);
+  return text;
+}
+
+// A text field up to its first NUL, never beyond the field.
+std::string boundedText(const char* field, std::size_t size) {
+  std::size_t n = 0;
+  while (n < size && field[n] != '\0') ++n;
+  return printableBytes(field, n);
+}
+
+std::string hexBytes(const uint8_t* bytes, std::size_t size) {
+  std::string out;
+  char pair[3];
+  for (std::size_t i = 0; i < size; ++i) {
+    std::snprintf(pair, sizeof pair, "%02x", bytes[i]);
+    out += pair;
+  }
+  return out;
+}
+
+// Shortest decimal text that reads back as the same float.
+double floatValue(float value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.9g", static_cast<double>(value));
+  return std::strtod(text, nullptr);
+}
 
 }  // namespace
 
@@ -127,6 +161,85 @@ Json decode(const dsd_wlan_available_req_msg_v01& a) {
   j["hessid"] = macText(a.hessid);
   j["country_code_valid"] = a.country_code_valid;
   j["country_code"] = printableBytes(a.country_code, sizeof a.country_code);
+  return j;
+}
+
+Json decode(const dsd_start_wifi_meas_ind_msg_v01& s) {
+  Json j;
+  j["wifi_meas_id"] = s.wifi_meas_id;
+  j["meas_param_mask"] = s.meas_param_mask;
+  j["wifi_ident_valid"] = s.wifi_ident_valid;
+  j["wifi_ident_len"] = s.wifi_ident_len;
+  Json networks = Json::array();
+  for (std::size_t i = 0; i < clampLen(s.wifi_ident_len, DSD_WIFI_IDENT_MAX_V01); ++i) {
+    const dsd_wifi_ident_type_v01& n = s.wifi_ident[i];
+    Json bssids = Json::array();
+    for (std::size_t b = 0; b < clampLen(n.bssid_list_len, DSD_WIFI_BSSID_LIST_MAX_V01); ++b) {
+      const dsd_wifi_bssid_type_v01& entry = n.bssid_list[b];
+      Json channels = Json::array();
+      for (std::size_t c = 0; c < clampLen(entry.channel_list_len, DSD_WIFI_CHANNEL_LIST_MAX_V01);
+           ++c) {
+        channels.push_back(entry.channel_list[c]);
+      }
+      bssids.push_back(Json{{"bssid", macText(entry.bssid)},
+                            {"channel_list_len", entry.channel_list_len},
+                            {"channel_list", channels}});
+    }
+    networks.push_back(Json{{"ssid", boundedText(n.ssid_info.ssid, sizeof n.ssid_info.ssid)},
+                            {"bssid_list_len", n.bssid_list_len},
+                            {"bssid_list", bssids}});
+  }
+  j["wifi_ident"] = networks;
+  j["sampling_interval_valid"] = s.sampling_interval_valid;
+  j["sampling_interval"] = s.sampling_interval;
+  j["reporting_interval_valid"] = s.reporting_interval_valid;
+  j["reporting_interval"] = s.reporting_interval;
+  j["alpha_valid"] = s.alpha_valid;
+  j["alpha"] = floatValue(s.alpha);
+  return j;
+}
+
+Json decode(const dsd_stop_wifi_meas_ind_msg_v01& s) { return Json{{"wifi_meas_id", s.wifi_meas_id}}; }
+
+Json decode(const dsd_wqe_profile_init_ind_msg_v01& s) {
+  return Json{{"profile_type", s.profile_type},
+              {"rssi_low_override_valid", s.rssi_low_override_valid},
+              {"rssi_low_override", s.rssi_low_override},
+              {"rssi_high_override_valid", s.rssi_high_override_valid},
+              {"rssi_high_override", s.rssi_high_override},
+              {"iccid_valid", s.iccid_valid},
+              {"iccid_len", s.iccid_len},
+              {"iccid", hexBytes(s.iccid, clampLen(s.iccid_len & 0xFFu, sizeof s.iccid))}};
+}
+
+Json decode(const dsd_wqe_profile_type_ind_msg_v01& s) {
+  char mask[19];
+  std::snprintf(mask, sizeof mask, "0x%016llx", static_cast<unsigned long long>(s.profile_mask));
+  // Profile p is selected by bit p + 28.
+  Json profiles = Json::array();
+  for (int p = DSD_WQE_PROFILE_FIRST_V01; p <= DSD_WQE_PROFILE_LAST_V01; ++p) {
+    if ((s.profile_mask >> (p + 28)) & 1u) profiles.push_back(p);
+  }
+  return Json{{"profile_mask", mask}, {"profiles", profiles}};
+}
+
+Json decode(const CasWlanNetConfigType& c) {
+  Json j;
+  j["netType"] = c.netType;
+  j["ipv4Address"] = networkIpv4Text(c.ipv4Address);
+  j["ipv6Address"] = ipv6Text(c.ipv6Address);
+  j["linkFlag"] = c.linkFlag;
+  j["enabled"] = c.enabled;
+  j["bssidText"] = boundedText(c.bssidText, sizeof c.bssidText);
+  j["ssidText"] = boundedText(c.ssidText, sizeof c.ssidText);
+  j["dns1Ipv4"] = networkIpv4Text(c.dns1Ipv4);
+  j["dns2Ipv4"] = networkIpv4Text(c.dns2Ipv4);
+  j["dns1Ipv6"] = ipv6Text(c.dns1Ipv6);
+  j["dns2Ipv6"] = ipv6Text(c.dns2Ipv6);
+  j["connState"] = c.connState;
+  j["resultReason"] = c.resultReason;
+  j["fullConnection"] = c.fullConnection;
+  j["locationCountryCode"] = boundedText(c.locationCountryCode, sizeof c.locationCountryCode);
   return j;
 }
 

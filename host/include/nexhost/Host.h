@@ -1,6 +1,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <memory>
 
 #include "nex/NexCde.h"
@@ -27,6 +28,9 @@ class Host {
  public:
   // Without a backend, the supplicant is scripted.
   explicit Host(std::unique_ptr<SupplicantBackend> backend = nullptr);
+  // For a backend that needs the host's trace or clock: made once those exist.
+  using BackendFactory = std::function<std::unique_ptr<SupplicantBackend>(Host&)>;
+  explicit Host(const BackendFactory& makeBackend);
   ~Host();
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
@@ -60,6 +64,8 @@ class Host {
   NexMdxDsd& client(int index = 0);
 
  private:
+  void wireBackend();
+
   std::unique_ptr<SupplicantBackend> backend_;
   ScriptedSupplicant* scripted_ = nullptr;
   std::unique_ptr<NexSupplicantWrapper> wrapper_;

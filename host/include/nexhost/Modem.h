@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "dsd/dsd_messages_v01.h"
+#include "nex/NexCde.h"
 #include "nexhost/Trace.h"
 
 namespace nexhost {
@@ -51,6 +52,13 @@ Json decode(const dsd_wifi_meas_report_req_msg_v01& report);
 Json decode(const dsd_set_wqe_profile_quality_status_req_msg_v01& status);
 Json decode(const dsd_notify_data_settings_req_msg_v01& settings);
 Json decode(const dsd_wlan_available_req_msg_v01& available);
+
+// What the host hands the plug-in: modem indications and the engine's WLAN configuration.
+Json decode(const dsd_start_wifi_meas_ind_msg_v01& start);
+Json decode(const dsd_stop_wifi_meas_ind_msg_v01& stop);
+Json decode(const dsd_wqe_profile_init_ind_msg_v01& init);
+Json decode(const dsd_wqe_profile_type_ind_msg_v01& mask);
+Json decode(const CasWlanNetConfigType& config);
 
 // "02:00:00:00:00:00"
 std::string macText(const uint8_t* mac);

@@ -24,6 +24,10 @@ class Platform {
   int chipsetType = 0;
   ForkMode forkMode = ForkMode::kScripted;
   std::map<std::string, ForkResult> forkScripts;  // by whole command line
+  // Real runs: text replacements applied to the command line first (the handset's paths
+  // to this machine's), and the time after which the command is killed.
+  std::vector<std::pair<std::string, std::string>> commandReplacements;
+  int forkTimeoutMs = 10000;
   std::map<std::string, std::string> operators;   // ICCID digits -> operator name
 
   int forkExec(const char* commandLine, const NexForkExecOpt* options);
@@ -32,6 +36,8 @@ class Platform {
   const std::vector<std::string>& forkedCommands() const { return forked_; }
 
  private:
+  int runForReal(const std::string& line, const NexForkExecOpt* options);
+
   Trace& trace_;
   std::vector<std::string> forked_;
 };

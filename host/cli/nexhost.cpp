@@ -1,0 +1,287 @@
+// nexhost: the host framework on Linux. Loads the plug-in as the handset does and shows
+// every message it sends to the modem, replaying a scenario on a virtual clock or
+// driving a live wpa_supplicant.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "nexhost/EventPrinter.h"
+#include "nexhost/Host.h"
+#include "nexhost/LiveRunner.h"
+#include "nexhost/LiveSupplicant.h"
+#include "nexhost/Plugin.h"
+#include "nexhost/Scenario.h"
+#include "nexhost/ScenarioRunner.h"
+
+namespace {
+
+constexpr int kExitOk = 0;
+constexpr int kExitFailure = 1;
+constexpr int kExitUsage = 2;
+
+// The handset's hostapd control directory, as the plug-in names it in its command lines.
+constexpr const char* kHandsetHostapdCtrl = "/data/vendor/wifi/hostapd/ctrl";
+
+const std::set<std::string> kKinds = {"step",   "result", "modem", "supplicant",
+                                      "hostapd", "timer", "engine", "log"};
+
+struct OutputOptions {
+  bool json = false;
+  int logLevel = 3;
+  std::vector<std::string> only;
+};
+
+struct LiveOptions {
+  std::string stationSocket = "/var/run/wpa_supplicant/wlan0";
+  std::string p2pSocket;
+  int timeoutMs = 3000;
+  std::string scenario;
+  std::optional<long long> duration;
+  int chipset = 0;
+  std::string hostapdCtrl;
+  std::vector<std::string> replacements;
+  nexhost::MeasurementOptions request;
+  std::string ssid;
+  std::optional<int32_t> sampling;
+  std::optional<int32_t> reporting;
+  std::optional<float> alpha;
+};
+
+const char* kDescription =
+    "nexhost loads the Wi-Fi measurement plug-in (libmdxwifi.so) the way the handset's\n"
+    "framework does (dlopen, init, initializeLinks) and prints, in order and with its time,\n"
+    "everything the plug-in does to its host: modem messages decoded field by field,\n"
+    "supplicant commands and scan filters, hostapd_cli command lines, timers, decision-engine\n"
+    "registrations and log lines.";
+
+const char* kFooter =
+    "\nExamples:\n"
+    "  nexhost run examples/scan-bss-load.json\n"
+    "  nexhost run --json examples/default-profile.json | jq 'select(.kind==\"modem\")'\n"
+    "  nexhost live --sta-socket /var/run/wpa_supplicant/wlan0 --ssid any --bss-load\n"
+    "\n"
+    "Exit codes:\n"
+    "  0  done (a live run also ends with 0 after Ctrl-C)\n"
+    "  1  the plug-in cannot be loaded, a control socket cannot be reached or\n"
+    "     wpa_supplicant went away\n"
+    "  2  invalid command line or scenario (nothing has run)\n"
+    "\n"
+    "Scenario format and output keys: docs/scenarios.md\n";
+
+void addOutputOptions(CLI::App* command, OutputOptions* out) {
+  command->add_flag("--json", out->json,
+                    "JSON Lines: one object per event with \"time\", \"kind\" and the event's keys");
+  command->add_option("--log-level", out->logLevel,
+                      "print plug-in log lines at or above this level (0 trace .. 4 error; 5 none)")
+      ->check(CLI::Range(0, 5))
+      ->capture_default_str();
+  command->add_option("--only", out->only, "print only these kinds of event")
+      ->delimiter(',')
+      ->check(CLI::IsMember(kKinds));
+}
+
+// One host: its output hooked up, the plug-in loaded and handed its links.
+struct Session {
+  std::unique_ptr<nexhost::Plugin> plugin;
+  std::unique_ptr<nexhost::EventPrinter> printer;
+};
+
+bool startSession(nexhost::Host& host, const std::string& pluginPath, const OutputOptions& out,
+                  Session* session) {
+  session->printer = std::make_unique<nexhost::EventPrinter>(
+      stdout, out.json ? nexhost::EventPrinter::Format::kJsonLines
+                       : nexhost::EventPrinter::Format::kText);
+  session->printer->setKinds(std::set<std::string>(out.only.begin(), out.only.end()));
+  session->printer->attach(host.trace);
+  host.logger.setTraceLevel(out.logLevel);
+  std::string error;
+  session->plugin = nexhost::Plugin::load(pluginPath, &error);
+  if (!session->plugin) {
+    std::fprintf(stderr, "nexhost: cannot load the plug-in: %s\n", error.c_str());
+    return false;
+  }
+  host.trace.record("step", nexhost::Json{{"action", "initialize_links"}});
+  session->plugin->manager()->initializeLinks(&host.com, &host.timer, &host.supplicant());
+  return true;
+}
+
+int runCommand(const std::string& pluginPath, const std::string& file, const OutputOptions& out) {
+  nexhost::Scenario scenario;
+  try {
+    scenario = nexhost::loadScenario(file);
+  } catch (const nexhost::ScenarioError& e) {
+    std::fprintf(stderr, "nexhost: invalid scenario: %s\n", e.what());
+    return kExitUsage;
+  }
+  nexhost::Host host;
+  nexhost::applyPeers(host, scenario.peers);
+  Session session;
+  if (!startSession(host, pluginPath, out, &session)) return kExitFailure;
+  nexhost::runScenario(host, *session.plugin->manager(), scenario);
+  return kExitOk;
+}
+
+int liveCommand(const std::string& pluginPath, LiveOptions options, const OutputOptions& out) {
+  std::vector<nexhost::ScenarioStep> steps;
+  std::optional<long long> endAt = options.duration;
+  nexhost::ScenarioPeers peers;
+  try {
+    if (!options.ssid.empty()) {
+      options.request.ssid = options.ssid;
+      options.request.samplingInterval = options.sampling;
+      options.request.reportingInterval = options.reporting;
+      options.request.alpha = options.alpha;
+      steps.push_back(nexhost::measurementStep(options.request));
+    }
+    if (!options.scenario.empty()) {
+      nexhost::Scenario scenario = nexhost::loadScenario(options.scenario);
+      peers = scenario.peers;
+      steps.insert(steps.end(), scenario.steps.begin(), scenario.steps.end());
+      // A scenario ends with its last step unless a duration is given.
+      if (!endAt && options.ssid.empty()) endAt = scenario.end();
+    }
+  } catch (const nexhost::ScenarioError& e) {
+    std::fprintf(stderr, "nexhost: invalid %s: %s\n",
+                 options.scenario.empty() ? "request" : "scenario", e.what());
+    return kExitUsage;
+  }
+  if (steps.empty() && !options.duration) {
+    std::fprintf(stderr, "nexhost: nothing to do: give --ssid, --scenario or --duration\n");
+    return kExitUsage;
+  }
+  std::stable_sort(steps.begin(), steps.end(),
+                   [](const nexhost::ScenarioStep& a, const nexhost::ScenarioStep& b) {
+                     return a.at < b.at;
+                   });
+
+  nexhost::LiveSupplicant* supplicant = nullptr;
+  nexhost::Host host([&](nexhost::Host& h) {
+    auto live = std::make_unique<nexhost::LiveSupplicant>(
+        h.trace, nexhost::LiveSupplicant::Options{options.stationSocket, options.p2pSocket,
+                                                  options.timeoutMs});
+    supplicant = live.get();
+    return live;
+  });
+  std::string error;
+  if (!supplicant->open(&error)) {
+    std::fprintf(stderr, "nexhost: %s\n", error.c_str());
+    return kExitFailure;
+  }
+  nexhost::applyPlatform(host, peers);
+  if (options.chipset != 0) host.platform.chipsetType = options.chipset;
+  host.platform.forkMode = nexhost::Platform::ForkMode::kReal;
+  if (!options.hostapdCtrl.empty()) {
+    host.platform.commandReplacements.emplace_back(kHandsetHostapdCtrl, options.hostapdCtrl);
+  }
+  for (const std::string& r : options.replacements) {
+    const std::size_t eq = r.find('=');
+    host.platform.commandReplacements.emplace_back(r.substr(0, eq), r.substr(eq + 1));
+  }
+  Session session;
+  if (!startSession(host, pluginPath, out, &session)) return kExitFailure;
+  nexhost::LiveRunner::installSignalHandlers();
+  nexhost::LiveRunner runner(host, *session.plugin->manager(), *supplicant);
+  if (runner.run(steps, endAt) == nexhost::LiveRunner::Outcome::kSupplicantGone) {
+    std::fprintf(stderr, "nexhost: wpa_supplicant at %s went away\n",
+                 options.stationSocket.c_str());
+    return kExitFailure;
+  }
+  return kExitOk;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app{kDescription, "nexhost"};
+  app.footer(kFooter);
+  app.require_subcommand(1);
+  app.fallthrough();
+  std::string pluginPath = NEXHOST_DEFAULT_PLUGIN;
+  app.add_option("--plugin", pluginPath, "the plug-in to load")->capture_default_str();
+
+  OutputOptions runOutput;
+  std::string scenarioFile;
+  CLI::App* run = app.add_subcommand(
+      "run", "Replay a scenario on a virtual clock with scripted peers and print what happens.");
+  run->add_option("SCENARIO", scenarioFile, "the scenario file (JSON)")->required();
+  addOutputOptions(run, &runOutput);
+  run->footer(
+      "\nExample:\n"
+      "  nexhost run examples/scan-bss-load.json\n"
+      "  nexhost run --json --only modem examples/connected-rssi.json | jq .fields\n"
+      "\nTimes are host timer units on a virtual clock; nothing waits. An invalid scenario\n"
+      "is refused with exit code 2, naming the file, the JSON path and what was expected.\n");
+
+  OutputOptions liveOutput;
+  LiveOptions live;
+  CLI::App* liveCmd = app.add_subcommand(
+      "live",
+      "Run the plug-in in real time against a running wpa_supplicant (and hostapd_cli).\n"
+      "One host timer unit is one second. Ctrl-C stops every request and exits.");
+  liveCmd->add_option("--sta-socket", live.stationSocket, "the station's control socket")
+      ->capture_default_str();
+  liveCmd->add_option("--p2p-socket", live.p2pSocket,
+                      "the P2P interface's control socket (default: none)");
+  liveCmd->add_option("--ctrl-timeout", live.timeoutMs, "reply timeout of a control request (ms)")
+      ->check(CLI::Range(1, 600000))
+      ->capture_default_str();
+  liveCmd->add_option("--scenario", live.scenario,
+                      "run this scenario's steps in real time (only its chipset, engine and "
+                      "operators peers apply)");
+  liveCmd->add_option("--ssid", live.ssid,
+                      "start a measurement of this network: a name, \"any\" or \"connected\" "
+                      "(connected mode: averaged RSSI of the current link)");
+  liveCmd->add_option("--bssid", live.request.bssids,
+                      "an access point of interest (repeatable; default: any)");
+  liveCmd->add_option("--channel", live.request.channels,
+                      "a channel code for every BSSID (repeatable): 1 = 2.4 GHz band, "
+                      "2 = 3.6 GHz band, 3 = 5 GHz band, 65535 = any (default), else MHz")
+      ->check(CLI::Range(0, 65535));
+  liveCmd->add_flag("--bss-load", live.request.bssLoad, "also measure BSS load");
+  liveCmd->add_option("--id", live.request.id, "the measurement id")->capture_default_str();
+  liveCmd->add_option("--sampling", live.sampling, "RSSI sampling interval in seconds");
+  liveCmd->add_option("--reporting", live.reporting, "reporting interval in seconds");
+  liveCmd->add_option("--alpha", live.alpha, "weight of the previous RSSI average (0 < alpha < 1)");
+  liveCmd->add_option("--duration", live.duration, "stop after this many seconds")
+      ->check(CLI::Range(0LL, 1000000000LL));
+  liveCmd->add_option("--chipset", live.chipset, "the WLAN chipset type the host reports");
+  liveCmd->add_option("--hostapd-ctrl", live.hostapdCtrl,
+                      "this machine's hostapd control directory, used in place of the "
+                      "handset's in hostapd_cli command lines");
+  liveCmd->add_option("--replace", live.replacements,
+                      "FROM=TO: replace text in every command line before running it")
+      ->check([](const std::string& v) {
+        return v.find('=') == std::string::npos || v.find('=') == 0
+                   ? std::string("expected FROM=TO")
+                   : std::string();
+      });
+  addOutputOptions(liveCmd, &liveOutput);
+  liveCmd->footer(
+      "\nExamples:\n"
+      "  nexhost live --ssid any --bss-load --reporting 10\n"
+      "  nexhost live --ssid connected --sampling 1 --reporting 5 --alpha 0.8\n"
+      "  nexhost live --ssid LabNet --bssid 02:00:00:00:00:00 --channel 1 --duration 60\n"
+      "  nexhost live --scenario examples/default-profile.json --hostapd-ctrl /var/run/hostapd\n"
+      "\nThe BSSID filter becomes \"SET bssid_filter\" (cleared when it names the broadcast\n"
+      "BSSID); channel codes become \"SCAN freq=...\" (1 -> 2400-2500, 2 -> 3650-3700,\n"
+      "3 -> 5150-5895, 65535 -> no restriction, other codes are MHz, empty items skipped).\n"
+      "A missing socket or a denied permission exits with code 1.\n");
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp& e) {
+    return app.exit(e);
+  } catch (const CLI::CallForAllHelp& e) {
+    return app.exit(e);
+  } catch (const CLI::ParseError& e) {
+    app.exit(e);
+    return kExitUsage;
+  }
+  if (run->parsed()) return runCommand(pluginPath, scenarioFile, runOutput);
+  return liveCommand(pluginPath, live, liveOutput);
+}

@@ -1,0 +1,238 @@
+// The scenario loader: what it refuses (and how it says so), and the records it builds
+// from fields given by name.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "nexhost/Scenario.h"
+
+namespace {
+
+using nexhost::Scenario;
+using nexhost::ScenarioError;
+using nexhost::StepAction;
+
+Scenario parse(const std::string& text) {
+  return nexhost::parseScenario(text, "test.json", MDX_TEST_DATA_DIR);
+}
+
+std::string start(const std::string& fields) {
+  return R"({"steps": [{"start": {"id": 1, "quantities": ["rssi"], )" + fields + "}}]}";
+}
+
+TEST(ScenarioLoaderTest, RefusesWithFilePathAndExpectation) {
+  const std::string ssid33(33, 'a');
+  struct Case {
+    std::string json;
+    std::string path;
+    std::string problem;
+  } cases[] = {
+      {R"({"steps": [})", "", "line 1, column 12: expected valid JSON"},
+      {"{\"steps\": [],\n \"peers\": {},\n}", "", "line 3, column 1: expected valid JSON"},
+      {"{}", "steps", "missing; expected a list of steps"},
+      {R"({"steps": [], "peer": {}})", "peer", "unknown key; expected one of: description, peers, steps"},
+      {R"({"steps": [{"stop": {"id": 1}, "stop_all": {}}]})", "steps[0]", "expected one action"},
+      {R"({"steps": [{"at": 2}]})", "steps[0]", "expected one action"},
+      {R"({"steps": [{"at": 5, "advance": 1}, {"at": 3, "stop_all": {}}]})", "steps[1].at",
+       "expected a time at or after 6 (the previous step's), got 3"},
+      {R"({"steps": [{"at": -1, "stop_all": {}}]})", "steps[0].at", "expected an integer from 0"},
+      {start(R"("networks": [{"ssid": ")" + ssid33 + R"("}])"), "steps[0].start.networks[0].ssid",
+       "expected a text of at most 32 bytes, \"any\" or \"connected\""},
+      {start(R"("networks": [{"ssid": "a", "bssids": [{"bssid": "02:00:00:00:00"}]}])"),
+       "steps[0].start.networks[0].bssids[0].bssid", "expected a BSSID like 02:00:00:00:00:00"},
+      {start(R"("networks": [{"ssid": "a", "bssids": [{"bssid": "02:00:00:00:00:0g"}]}])"),
+       "steps[0].start.networks[0].bssids[0].bssid", "expected a BSSID"},
+      {start(R"("networks": [{"ssid": "a", "bssids": [{"bssid": "ff:ff:ff:ff:ff:ff", "channels": [1, 70000]}]}])"),
+       "steps[0].start.networks[0].bssids[0].channels[1]",
+       "expected an integer from 0 to 65535, got 70000"},
+      {start(R"("networks": [{"ssid":"a"},{"ssid":"a"},{"ssid":"a"},{"ssid":"a"},{"ssid":"a"},
+                             {"ssid":"a"},{"ssid":"a"},{"ssid":"a"},{"ssid":"a"}])"),
+       "steps[0].start.networks", "expected a list of at most 8 networks"},
+      {start(R"("alpha": "half")"), "steps[0].start.alpha", "expected a number"},
+      {R"({"steps": [{"start": {"id": 1, "quantities": ["rssi", "noise"]}}]})",
+       "steps[0].start.quantities[1]", "expected \"rssi\" or \"bss_load\", got \"noise\""},
+      {R"({"steps": [{"start": {"id": 1}}]})", "steps[0].start.mask",
+       "missing; expected quantities (or a raw mask)"},
+      {R"({"steps": [{"start": {"id": 4294967296, "mask": 1}}]})", "steps[0].start.id",
+       "expected an integer from 0 to 4294967295"},
+      {R"({"peers": {"supplicant": {"sta": {"SCAN": {"reply": "OK", "failure": true}}}}, "steps": []})",
+       "peers.supplicant.sta.SCAN", "expected exactly one of reply, reply_file, failure"},
+      {R"({"peers": {"supplicant": {"sta": {"BSS 02:00:00:00:00:00": 5}}}, "steps": []})",
+       "peers.supplicant.sta[\"BSS 02:00:00:00:00:00\"]", "expected a reply"},
+      {R"({"peers": {"supplicant": {"sta": {"STATUS": {"reply_file": "no-such-file.txt"}}}}, "steps": []})",
+       "peers.supplicant.sta.STATUS.reply_file", "expected a readable file"},
+      {R"({"peers": {"supplicant": {"sta": {"STATUS": {"sequence": []}}}}, "steps": []})",
+       "peers.supplicant.sta.STATUS.sequence", "expected a non-empty list of replies"},
+      {R"({"peers": {"hostapd": {"hostapd_cli STATUS": {"exit_code": 256}}}, "steps": []})",
+       "peers.hostapd[\"hostapd_cli STATUS\"].exit_code", "expected an integer from 0 to 255"},
+      {R"({"peers": {"engine": "yes"}, "steps": []})", "peers.engine", "expected true or false"},
+      {R"({"steps": [{"wqe_profile_init": {"profile": 4, "iccid": "89a"}}]})",
+       "steps[0].wqe_profile_init.iccid", "expected ICCID digits (at most 20)"},
+      {R"({"steps": [{"set_wqe_profile": {"profiles": [3]}}]})",
+       "steps[0].set_wqe_profile.profiles[0]", "expected an integer from 4 to 35"},
+      {R"({"steps": [{"set_wqe_profile": {"mask": "0x1g"}}]})", "steps[0].set_wqe_profile.mask",
+       "expected a 64-bit mask"},
+      {R"({"steps": [{"wifi": "maybe"}]})", "steps[0].wifi", "expected \"on\" or \"off\""},
+      {R"({"steps": [{"wlan_config": {"netType": "mesh"}}]})", "steps[0].wlan_config.netType",
+       "expected \"station\", \"softap\", \"p2p\" or a number"},
+      {R"({"steps": [{"wlan_config": {"netType": 1, "ipv4Address": "1.2.3"}}]})",
+       "steps[0].wlan_config.ipv4Address", "expected an IPv4 address"},
+      {R"({"steps": [{"wlan_config": {"netType": 1, "ssidText": "0123456789012345678901234567890123456"}}]})",
+       "steps[0].wlan_config.ssidText", "expected a text of at most 34 bytes"},
+      {R"({"steps": [{"stop": {"id": 1, "client": 8}}]})", "steps[0].stop.client",
+       "expected an integer from 0 to 7"},
+  };
+  for (const Case& c : cases) {
+    try {
+      parse(c.json);
+      ADD_FAILURE() << "accepted: " << c.json;
+    } catch (const ScenarioError& e) {
+      const std::string message = e.what();
+      EXPECT_EQ(e.path(), c.path) << message;
+      EXPECT_EQ(message.rfind("test.json: ", 0), 0u) << message;
+      EXPECT_NE(message.find(c.problem), std::string::npos) << message;
+    }
+  }
+}
+
+TEST(ScenarioLoaderTest, MissingFileIsRefused) {
+  try {
+    nexhost::loadScenario("/tmp/nexhost-no-such-scenario.json");
+    ADD_FAILURE() << "accepted";
+  } catch (const ScenarioError& e) {
+    EXPECT_STREQ(e.what(), "/tmp/nexhost-no-such-scenario.json: cannot read the file");
+  }
+}
+
+TEST(ScenarioLoaderTest, StartNetworksBecomeTheModemRecord) {
+  const Scenario s = parse(R"({"steps": [{"start": {"id": 1, "mask": 5, "networks": [
+      {"ssid": "any"},
+      {"ssid": "connected"},
+      {"ssid": "LabNet", "bssids": [{"bssid": "02:00:00:00:0A:ff", "channels": [1, 65535]}]}],
+      "sampling_interval": -1, "alpha": 0.25}}]})");
+  const dsd_start_wifi_meas_ind_msg_v01& ind = s.steps.at(0).start;
+  EXPECT_EQ(ind.meas_param_mask, 5u);
+  EXPECT_EQ(ind.wifi_ident_valid, 1);
+  EXPECT_EQ(ind.wifi_ident_len, 3u);
+  for (char c : ind.wifi_ident[0].ssid_info.ssid) EXPECT_EQ(static_cast<uint8_t>(c), 0xFF);
+  for (char c : ind.wifi_ident[1].ssid_info.ssid) EXPECT_EQ(c, '\0');
+  EXPECT_STREQ(ind.wifi_ident[2].ssid_info.ssid, "LabNet");
+  const dsd_wifi_bssid_type_v01& ap = ind.wifi_ident[2].bssid_list[0];
+  const uint8_t mac[6] = {0x02, 0, 0, 0, 0x0A, 0xFF};
+  EXPECT_EQ(std::memcmp(ap.bssid, mac, 6), 0);
+  EXPECT_EQ(ap.channel_list_len, 2u);
+  EXPECT_EQ(ap.channel_list[1], 65535);
+  EXPECT_EQ(ind.sampling_interval_valid, 1);
+  EXPECT_EQ(ind.sampling_interval, -1);
+  EXPECT_EQ(ind.reporting_interval_valid, 0);
+  EXPECT_EQ(ind.alpha_valid, 1);
+  EXPECT_FLOAT_EQ(ind.alpha, 0.25f);
+}
+
+TEST(ScenarioLoaderTest, StartWithoutNetworksLeavesTheListInvalid) {
+  const Scenario s = parse(start(R"("reporting_interval": 5)"));
+  EXPECT_EQ(s.steps.at(0).start.wifi_ident_valid, 0);
+  EXPECT_EQ(s.steps.at(0).start.meas_param_mask, DSD_WIFI_MEAS_PARAM_RSSI_V01);
+}
+
+TEST(ScenarioLoaderTest, ProfileRecordsArePackedAsTheModemSendsThem) {
+  const Scenario s = parse(R"({"steps": [
+      {"wqe_profile_init": {"profile": 4, "rssi_low_override": -80, "iccid": "89014103211118510720"}},
+      {"wqe_profile_init": {"profile": 5, "iccid": "123"}},
+      {"set_wqe_profile": {"profiles": [4, 35]}},
+      {"set_wqe_profile": {"mask": "0x0000001000000000"}}]})");
+  const auto& even = s.steps.at(0).profileInit;
+  EXPECT_EQ(even.rssi_low_override_valid, 1);
+  EXPECT_EQ(even.rssi_low_override, -80);
+  EXPECT_EQ(even.rssi_high_override_valid, 0);
+  EXPECT_EQ(even.iccid_valid, 1);
+  EXPECT_EQ(even.iccid_len, 10u);
+  const uint8_t bcd[10] = {0x98, 0x10, 0x14, 0x30, 0x12, 0x11, 0x81, 0x15, 0x70, 0x02};
+  EXPECT_EQ(std::memcmp(even.iccid, bcd, 10), 0);  // low nibble first
+  const auto& odd = s.steps.at(1).profileInit;
+  EXPECT_EQ(odd.iccid_len, 2u);
+  EXPECT_EQ(odd.iccid[0], 0x21);
+  EXPECT_EQ(odd.iccid[1], 0xF3);  // filler nibble
+  EXPECT_EQ(s.steps.at(2).profileMask.profile_mask, (1ull << 32) | (1ull << 63));
+  EXPECT_EQ(s.steps.at(3).profileMask.profile_mask, 1ull << 36);
+}
+
+TEST(ScenarioLoaderTest, WlanConfigFieldsLandAtTheirOffsets) {
+  const Scenario s = parse(R"({"steps": [{"wlan_config": {
+      "to": "default", "netType": "softap", "ipv4Address": "192.168.1.2",
+      "ipv6Address": "fe80::1", "linkFlag": true, "enabled": 1,
+      "bssidText": "02:00:00:00:00:00", "ssidText": "LabNet", "dns2Ipv4": "10.0.0.1",
+      "connState": 4, "resultReason": 13, "fullConnection": false,
+      "locationCountryCode": "DE"}}]})");
+  const nexhost::ScenarioStep& step = s.steps.at(0);
+  ASSERT_TRUE(step.configTarget.has_value());
+  EXPECT_EQ(*step.configTarget, "");  // the default profile registers without a name
+  const CasWlanNetConfigType& c = step.config;
+  EXPECT_EQ(c.netType, CAS_NET_TYPE_SOFTAP);
+  uint8_t ipv4[4];
+  std::memcpy(ipv4, &c.ipv4Address, 4);
+  EXPECT_EQ(ipv4[0], 192);  // network byte order
+  EXPECT_EQ(ipv4[3], 2);
+  EXPECT_EQ(c.ipv6Address[0], 0xfe);
+  EXPECT_EQ(c.ipv6Address[15], 1);
+  EXPECT_EQ(c.linkFlag, 1);
+  EXPECT_EQ(c.enabled, 1);
+  EXPECT_STREQ(c.bssidText, "02:00:00:00:00:00");
+  EXPECT_STREQ(c.ssidText, "LabNet");
+  EXPECT_EQ(c.dns1Ipv4, 0u);
+  EXPECT_EQ(c.connState, 4);
+  EXPECT_EQ(c.resultReason, 13);
+  EXPECT_EQ(c.locationCountryCode[0], 'D');
+  EXPECT_EQ(c.locationCountryCode[1], 'E');
+}
+
+TEST(ScenarioLoaderTest, StepTimesFollowAtAndAdvance) {
+  const Scenario s = parse(R"({"steps": [
+      {"create_default_profile": {}}, {"at": 2, "wifi": "on"}, {"advance": 3},
+      {"scan_ready": {}}, {"at": 9, "stop_all": {"client": 1}}]})");
+  ASSERT_EQ(s.steps.size(), 5u);
+  const long long times[] = {0, 2, 5, 5, 9};
+  for (std::size_t i = 0; i < 5; ++i) EXPECT_EQ(s.steps[i].at, times[i]) << i;
+  EXPECT_EQ(s.steps[2].action, StepAction::kAdvance);
+  EXPECT_EQ(s.steps[4].client, 1);
+  EXPECT_EQ(s.end(), 9);
+}
+
+TEST(ScenarioLoaderTest, RepliesKeepTheirOrderAndFailures) {
+  const Scenario s = parse(R"({"peers": {"supplicant": {
+      "sta": {"SIGNAL_POLL": {"sequence": ["RSSI=-30", {"failure": true}, {"reply": "RSSI=-40"}]}},
+      "p2p": {"STATUS": {"failure": true}},
+      "scan_ready_after": null, "p2p_connects": false}}, "steps": []})");
+  const auto& polls = s.peers.station.at("SIGNAL_POLL");
+  ASSERT_EQ(polls.size(), 3u);
+  EXPECT_TRUE(polls[0].ok);
+  EXPECT_EQ(polls[0].text, "RSSI=-30");
+  EXPECT_FALSE(polls[1].ok);
+  EXPECT_EQ(polls[2].text, "RSSI=-40");
+  EXPECT_FALSE(s.peers.p2p.at("STATUS").at(0).ok);
+  EXPECT_FALSE(s.peers.scanReadyAfter.has_value());
+  EXPECT_FALSE(s.peers.p2pConnects);
+}
+
+TEST(ScenarioLoaderTest, CommandLineRequestNamesTheOptionInErrors) {
+  nexhost::MeasurementOptions options;
+  options.ssid = "any";
+  options.bssids = {"02:00:00:00:00:00"};
+  options.channels = {1, 3};
+  options.bssLoad = true;
+  const nexhost::ScenarioStep step = nexhost::measurementStep(options);
+  EXPECT_EQ(step.start.meas_param_mask, 5u);
+  EXPECT_EQ(step.start.wifi_ident[0].bssid_list[0].channel_list_len, 2u);
+
+  options.bssids = {"02:00"};
+  try {
+    nexhost::measurementStep(options);
+    ADD_FAILURE() << "accepted";
+  } catch (const ScenarioError& e) {
+    EXPECT_EQ(e.path(), "--bssid");
+    EXPECT_NE(std::string(e.what()).find("expected a BSSID"), std::string::npos) << e.what();
+  }
+}
+
+}  // namespace

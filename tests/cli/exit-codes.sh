@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Exit codes and error messages of nexhost: 2 for an invalid scenario or command line
+# (nothing runs), 1 for an unreachable supplicant.
+set -uo pipefail
+nexhost=$1
+data=$2
+fail() { echo "FAIL: $*" >&2; exit 1; }
+
+expect() {  # expect CODE STDERR-FRAGMENT -- ARGS...
+  local code=$1 fragment=$2
+  shift 3
+  local out err
+  out=$(mktemp) err=$(mktemp)
+  "$nexhost" "$@" >"$out" 2>"$err"
+  local got=$?
+  [ "$got" -eq "$code" ] || fail "nexhost $*: exit $got, expected $code ($(cat "$err"))"
+  grep -qF -- "$fragment" "$err" || fail "nexhost $*: stderr lacks '$fragment': $(cat "$err")"
+  if [ "$code" -eq 2 ]; then
+    [ ! -s "$out" ] || fail "nexhost $*: printed output although nothing may run"
+  fi
+  rm -f "$out" "$err"
+}
+
+expect 2 "$data/bad-channel.json: steps[1].start.networks[0].bssids[0].channels[0]: expected an integer from 0 to 65535, got \"2437\"" -- \
+  run "$data/bad-channel.json"
+expect 2 "$data/bad-syntax.json: line 4, column 3: expected valid JSON" -- run "$data/bad-syntax.json"
+expect 2 "no-such.json: cannot read the file" -- run "$data/no-such.json"
+expect 2 "SCENARIO is required" -- run
+expect 2 "--bssid: expected a BSSID" -- live --ssid any --bssid 02:00
+expect 1 "cannot reach wpa_supplicant at /tmp/nexhost-no-such-dir/wlan0: No such file or directory" -- \
+  live --sta-socket /tmp/nexhost-no-such-dir/wlan0 --ssid any
+expect 1 "cannot load the plug-in" -- --plugin /tmp/nexhost-no-such-plugin.so run "$data/empty.json"
+echo "exit codes ok"
