@@ -4,11 +4,10 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -127,7 +126,9 @@ TEST(ControlSocketTest, RequestGetsItsReplyPastUnsolicitedEvents) {
     std::string reply;
   } cases[] = {
       {"plain reply", {"PONG\n"}, "PONG\n"},
-      {"events before the reply", {"<3>CTRL-EVENT-BSS-ADDED 0 02:00:00:00:00:00", "<2>CTRL-EVENT-SCAN-STARTED ", "PONG\n"}, "PONG\n"},
+      {"events before the reply",
+       {"<3>CTRL-EVENT-BSS-ADDED 0 02:00:00:00:00:00", "<2>CTRL-EVENT-SCAN-STARTED ", "PONG\n"},
+       "PONG\n"},
       {"empty reply (BSS of an unknown BSSID)", {""}, ""},
   };
   for (const Case& c : cases) {
@@ -270,8 +271,8 @@ TEST_F(LiveSupplicantTest, ScanFiltersReachTheSupplicant) {
     const char* set;
     const char* scan;
   } cases[] = {
-      {"02:00:00:00:00:00,02:00:00:00:02:00", "2437,5180", "SET bssid_filter 02:00:00:00:00:00 02:00:00:00:02:00",
-       "SCAN freq=2437,5180"},
+      {"02:00:00:00:00:00,02:00:00:00:02:00", "2437,5180",
+       "SET bssid_filter 02:00:00:00:00:00 02:00:00:00:02:00", "SCAN freq=2437,5180"},
       {"ff:ff:ff:ff:ff:ff", "1,3", "SET bssid_filter ", "SCAN freq=2400-2500,5150-5895"},
       {"02:00:00:00:00:00,ff:ff:ff:ff:ff:ff", "65535", "SET bssid_filter ", "SCAN"},
       {"", "", "SET bssid_filter ", "SCAN"},
@@ -298,10 +299,10 @@ TEST(ScanFilterTextTest, FrequencyCodesBecomeScanFrequencies) {
       {"1", "2400-2500"},
       {"2", "3650-3700"},
       {"3", "5150-5895"},
-      {"2412,,5180", "2412,5180"},     // empty items skipped
+      {"2412,,5180", "2412,5180"},  // empty items skipped
       {",,", ""},
-      {"2412,65535,5180", ""},         // any frequency lifts the restriction
-      {"5180,2412,5180", "5180,2412"},  // repeats dropped, order kept
+      {"2412,65535,5180", ""},           // any frequency lifts the restriction
+      {"5180,2412,5180", "5180,2412"},   // repeats dropped, order kept
       {"1,2412,x,0", "2400-2500,2412"},  // unreadable and zero codes skipped
   };
   for (const Case& c : cases) {

@@ -33,7 +33,7 @@ TEST(PlatformForkTest, RealRunCapturesOutputAndExitStatus) {
     const char* output;
   } cases[] = {
       {"printf state=ENABLED", 64, 0, "state=ENABLED"},
-      {"printf abcdefgh", 4, 0, "abc"},          // cut to the capacity, terminator included
+      {"printf abcdefgh", 4, 0, "abc"},  // cut to the capacity, terminator included
       {"printf   %s   spaced   out", 64, 0, "spacedout"},  // blanks separate arguments
       {"false", 64, 1, ""},
       {"ls /nexhost-no-such-file", 64, 2, ""},

@@ -27,8 +27,8 @@ constexpr int kExitUsage = 2;
 // The handset's hostapd control directory, as the plug-in names it in its command lines.
 constexpr const char* kHandsetHostapdCtrl = "/data/vendor/wifi/hostapd/ctrl";
 
-const std::set<std::string> kKinds = {"step",   "result", "modem", "supplicant",
-                                      "hostapd", "timer", "engine", "log"};
+const std::set<std::string> kKinds = {"step",    "result", "modem",  "supplicant",
+                                      "hostapd", "timer",  "engine", "log"};
 
 struct OutputOptions {
   bool json = false;
@@ -74,10 +74,12 @@ const char* kFooter =
     "Scenario format and output keys: docs/scenarios.md\n";
 
 void addOutputOptions(CLI::App* command, OutputOptions* out) {
-  command->add_flag("--json", out->json,
-                    "JSON Lines: one object per event with \"time\", \"kind\" and the event's keys");
-  command->add_option("--log-level", out->logLevel,
-                      "print plug-in log lines at or above this level (0 trace .. 4 error; 5 none)")
+  command->add_flag(
+      "--json", out->json,
+      "JSON Lines: one object per event with \"time\", \"kind\" and the event's keys");
+  command
+      ->add_option("--log-level", out->logLevel,
+                   "print plug-in log lines at or above this level (0 trace .. 4 error; 5 none)")
       ->check(CLI::Range(0, 5))
       ->capture_default_str();
   command->add_option("--only", out->only, "print only these kinds of event")
@@ -94,8 +96,8 @@ struct Session {
 bool startSession(nexhost::Host& host, const std::string& pluginPath, const OutputOptions& out,
                   Session* session) {
   session->printer = std::make_unique<nexhost::EventPrinter>(
-      stdout, out.json ? nexhost::EventPrinter::Format::kJsonLines
-                       : nexhost::EventPrinter::Format::kText);
+      stdout,
+      out.json ? nexhost::EventPrinter::Format::kJsonLines : nexhost::EventPrinter::Format::kText);
   session->printer->setKinds(std::set<std::string>(out.only.begin(), out.only.end()));
   session->printer->attach(host.trace);
   host.logger.setTraceLevel(out.logLevel);
@@ -105,8 +107,7 @@ bool startSession(nexhost::Host& host, const std::string& pluginPath, const Outp
     std::fprintf(stderr, "nexhost: cannot load the plug-in: %s\n", error.c_str());
     return false;
   }
-  host.trace.record("step", nexhost::Json{{"action", "initialize_links"}});
-  session->plugin->manager()->initializeLinks(&host.com, &host.timer, &host.supplicant());
+  nexhost::initializeLinks(host, *session->plugin->manager());
   return true;
 }
 
@@ -118,9 +119,9 @@ int runCommand(const std::string& pluginPath, const std::string& file, const Out
     std::fprintf(stderr, "nexhost: invalid scenario: %s\n", e.what());
     return kExitUsage;
   }
+  Session session;  // outlives the host, whose trace prints through it
   nexhost::Host host;
   nexhost::applyPeers(host, scenario.peers);
-  Session session;
   if (!startSession(host, pluginPath, out, &session)) return kExitFailure;
   nexhost::runScenario(host, *session.plugin->manager(), scenario);
   return kExitOk;
@@ -154,11 +155,11 @@ int liveCommand(const std::string& pluginPath, LiveOptions options, const Output
     std::fprintf(stderr, "nexhost: nothing to do: give --ssid, --scenario or --duration\n");
     return kExitUsage;
   }
-  std::stable_sort(steps.begin(), steps.end(),
-                   [](const nexhost::ScenarioStep& a, const nexhost::ScenarioStep& b) {
-                     return a.at < b.at;
-                   });
+  std::stable_sort(
+      steps.begin(), steps.end(),
+      [](const nexhost::ScenarioStep& a, const nexhost::ScenarioStep& b) { return a.at < b.at; });
 
+  Session session;  // outlives the host, whose trace prints through it
   nexhost::LiveSupplicant* supplicant = nullptr;
   nexhost::Host host([&](nexhost::Host& h) {
     auto live = std::make_unique<nexhost::LiveSupplicant>(
@@ -182,7 +183,6 @@ int liveCommand(const std::string& pluginPath, LiveOptions options, const Output
     const std::size_t eq = r.find('=');
     host.platform.commandReplacements.emplace_back(r.substr(0, eq), r.substr(eq + 1));
   }
-  Session session;
   if (!startSession(host, pluginPath, out, &session)) return kExitFailure;
   nexhost::LiveRunner::installSignalHandlers();
   nexhost::LiveRunner runner(host, *session.plugin->manager(), *supplicant);
@@ -238,9 +238,10 @@ int main(int argc, char** argv) {
                       "(connected mode: averaged RSSI of the current link)");
   liveCmd->add_option("--bssid", live.request.bssids,
                       "an access point of interest (repeatable; default: any)");
-  liveCmd->add_option("--channel", live.request.channels,
-                      "a channel code for every BSSID (repeatable): 1 = 2.4 GHz band, "
-                      "2 = 3.6 GHz band, 3 = 5 GHz band, 65535 = any (default), else MHz")
+  liveCmd
+      ->add_option("--channel", live.request.channels,
+                   "a channel code for every BSSID (repeatable): 1 = 2.4 GHz band, "
+                   "2 = 3.6 GHz band, 3 = 5 GHz band, 65535 = any (default), else MHz")
       ->check(CLI::Range(0, 65535));
   liveCmd->add_flag("--bss-load", live.request.bssLoad, "also measure BSS load");
   liveCmd->add_option("--id", live.request.id, "the measurement id")->capture_default_str();
@@ -253,8 +254,9 @@ int main(int argc, char** argv) {
   liveCmd->add_option("--hostapd-ctrl", live.hostapdCtrl,
                       "this machine's hostapd control directory, used in place of the "
                       "handset's in hostapd_cli command lines");
-  liveCmd->add_option("--replace", live.replacements,
-                      "FROM=TO: replace text in every command line before running it")
+  liveCmd
+      ->add_option("--replace", live.replacements,
+                   "FROM=TO: replace text in every command line before running it")
       ->check([](const std::string& v) {
         return v.find('=') == std::string::npos || v.find('=') == 0
                    ? std::string("expected FROM=TO")

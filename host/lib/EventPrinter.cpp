@@ -11,20 +11,32 @@ std::string dumpJson(const Json& value) {
   return value.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+// Texts in blocks are already escaped by the decoders (\xNN): print them as they are, so
+// that a backslash is not doubled. Anything else prints as JSON.
+std::string blockValue(const Json& value) {
+  if (value.is_string()) {
+    const std::string& text = value.get_ref<const std::string&>();
+    bool plain = true;
+    for (char c : text) plain = plain && c >= 0x20 && c < 0x7F && c != '"';
+    if (plain) return "\"" + text + "\"";
+  }
+  return dumpJson(value);
+}
+
 bool structured(const Json& value) { return value.is_object() || value.is_array(); }
 
 std::string scalarList(const Json& list) {
   std::string text = "[";
   for (std::size_t i = 0; i < list.size(); ++i) {
-    text += (i == 0 ? "" : ", ") + dumpJson(list[i]);
+    text += (i == 0 ? "" : ", ") + blockValue(list[i]);
   }
   return text + "]";
 }
 
 void block(const Json& object, int indent, const std::string& firstPrefix, std::string* out);
 
-void member(const std::string& key, const Json& value, const std::string& pad,
-            int indent, std::string* out) {
+void member(const std::string& key, const Json& value, const std::string& pad, int indent,
+            std::string* out) {
   if (value.is_object()) {
     *out += pad + key + ":\n";
     block(value, indent + 2, "", out);
@@ -35,7 +47,7 @@ void member(const std::string& key, const Json& value, const std::string& pad,
     for (const Json& e : value) nested = nested || structured(e);
   }
   if (!nested) {
-    *out += pad + key + ": " + (value.is_array() ? scalarList(value) : dumpJson(value)) + "\n";
+    *out += pad + key + ": " + (value.is_array() ? scalarList(value) : blockValue(value)) + "\n";
     return;
   }
   *out += pad + key + ":\n";
@@ -43,7 +55,7 @@ void member(const std::string& key, const Json& value, const std::string& pad,
     if (e.is_object()) {
       block(e, indent + 4, std::string(static_cast<std::size_t>(indent + 2), ' ') + "- ", out);
     } else {
-      *out += std::string(static_cast<std::size_t>(indent + 2), ' ') + "- " + dumpJson(e) + "\n";
+      *out += std::string(static_cast<std::size_t>(indent + 2), ' ') + "- " + blockValue(e) + "\n";
     }
   }
 }
@@ -112,8 +124,8 @@ std::string summary(const Event& e, const Json** details) {
   }
   if (e.kind == "supplicant") return supplicantSummary(d);
   if (e.kind == "hostapd") {
-    std::string text = d.value("command_line", "") + " -> exit " +
-                       dumpJson(d.value("exit_code", Json(0)));
+    std::string text =
+        d.value("command_line", "") + " -> exit " + dumpJson(d.value("exit_code", Json(0)));
     if (d.contains("ran")) text += " (ran " + d.value("ran", "") + ")";
     return text;
   }
@@ -129,8 +141,8 @@ std::string summary(const Event& e, const Json** details) {
     return d.value("event", "") + " " + keyValues(d, "event");
   }
   if (e.kind == "log") {
-    return "[" + dumpJson(d.value("level", Json(0))) + "] " +
-           dumpJson(d.value("module", Json(0))) + " " + d.value("text", "");
+    return "[" + dumpJson(d.value("level", Json(0))) + "] " + dumpJson(d.value("module", Json(0))) +
+           " " + d.value("text", "");
   }
   return dumpJson(d);
 }

@@ -30,10 +30,14 @@ std::vector<std::string> splitItems(const std::string& text) {
 // A whole band as the range of its edges in MHz.
 const char* bandRange(unsigned long code) {
   switch (code) {
-    case 1: return "2400-2500";
-    case 2: return "3650-3700";
-    case 3: return "5150-5895";
-    default: return nullptr;
+    case 1:
+      return "2400-2500";
+    case 2:
+      return "3650-3700";
+    case 3:
+      return "5150-5895";
+    default:
+      return nullptr;
   }
 }
 

@@ -199,7 +199,9 @@ Json decode(const dsd_start_wifi_meas_ind_msg_v01& s) {
   return j;
 }
 
-Json decode(const dsd_stop_wifi_meas_ind_msg_v01& s) { return Json{{"wifi_meas_id", s.wifi_meas_id}}; }
+Json decode(const dsd_stop_wifi_meas_ind_msg_v01& s) {
+  return Json{{"wifi_meas_id", s.wifi_meas_id}};
+}
 
 Json decode(const dsd_wqe_profile_init_ind_msg_v01& s) {
   return Json{{"profile_type", s.profile_type},

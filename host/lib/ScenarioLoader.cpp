@@ -57,8 +57,7 @@ class Node {
         list += std::string(list.empty() ? "" : ", ") + key;
       }
       if (!known) {
-        throw ScenarioError(file_, child(item.key()),
-                            "unknown key; expected one of: " + list);
+        throw ScenarioError(file_, child(item.key()), "unknown key; expected one of: " + list);
       }
     }
   }
@@ -161,17 +160,18 @@ class Loader {
   }
 
   ScenarioStep start(const Node& n) {
-    n.requireObject("a measurement start",
-                    {"client", "id", "quantities", "mask", "networks", "sampling_interval",
-                     "reporting_interval", "alpha"});
+    n.requireObject("a measurement start", {"client", "id", "quantities", "mask", "networks",
+                                            "sampling_interval", "reporting_interval", "alpha"});
     ScenarioStep step;
     step.action = StepAction::kStart;
     step.client = client(n);
     dsd_start_wifi_meas_ind_msg_v01& ind = step.start;
     std::memset(&ind, 0, sizeof ind);
-    ind.wifi_meas_id = static_cast<uint32_t>(n.at("id", "the measurement id").integer(0, UINT32_MAX));
+    ind.wifi_meas_id =
+        static_cast<uint32_t>(n.at("id", "the measurement id").integer(0, UINT32_MAX));
     if (auto q = n.find("quantities")) {
-      if (n.find("mask")) throw ScenarioError(name_, q->path(), "give quantities or mask, not both");
+      if (n.find("mask"))
+        throw ScenarioError(name_, q->path(), "give quantities or mask, not both");
       for (const Node& item : q->elements("a list of \"rssi\" and \"bss_load\"", 2)) {
         const std::string name = item.text("\"rssi\" or \"bss_load\"", 16);
         if (name == "rssi") {
@@ -243,8 +243,9 @@ class Loader {
   // One reply: "text", {"reply": "text"}, {"reply_file": "path"} or {"failure": true}.
   SupplicantBackend::Reply reply(const Node& n) {
     if (n.value().is_string()) return {true, n.value().get<std::string>()};
-    n.requireObject("a reply: a text, {\"reply\": ...}, {\"reply_file\": ...} or {\"failure\": true}",
-                    {"reply", "reply_file", "failure"});
+    n.requireObject(
+        "a reply: a text, {\"reply\": ...}, {\"reply_file\": ...} or {\"failure\": true}",
+        {"reply", "reply_file", "failure"});
     if (n.value().size() != 1) {
       n.fail("exactly one of reply, reply_file, failure");
     }
@@ -293,7 +294,8 @@ class Loader {
           if (value.find("output")) f->fail("output or output_file, not both");
           result.output = fileText(*f);
         }
-        if (auto code = value.find("exit_code")) result.exitCode = static_cast<int>(code->integer(0, 255));
+        if (auto code = value.find("exit_code"))
+          result.exitCode = static_cast<int>(code->integer(0, 255));
         p.hostapd[line] = result;
       }
     }
@@ -314,17 +316,19 @@ class Loader {
     std::vector<ScenarioStep> out;
     long long now = 0;
     for (const Node& item : n.elements("a list of steps", 100000)) {
-      item.requireObject("a step", {"at", "start", "stop", "stop_all", "wqe_profile_init",
-                                    "set_wqe_profile", "create_default_profile", "wifi",
-                                    "wlan_config", "scan_ready", "advance"});
+      item.requireObject(
+          "a step", {"at", "start", "stop", "stop_all", "wqe_profile_init", "set_wqe_profile",
+                     "create_default_profile", "wifi", "wlan_config", "scan_ready", "advance"});
       if (auto at = item.find("at")) {
         const long long t = at->integer(0, kLatestTime);
-        if (t < now) at->fail("a time at or after " + std::to_string(now) + " (the previous step's)");
+        if (t < now)
+          at->fail("a time at or after " + std::to_string(now) + " (the previous step's)");
         now = t;
       }
       if (item.value().size() != (item.find("at") ? 2u : 1u)) {
-        item.fail("one action: start, stop, stop_all, wqe_profile_init, set_wqe_profile, "
-                  "create_default_profile, wifi, wlan_config, scan_ready or advance");
+        item.fail(
+            "one action: start, stop, stop_all, wqe_profile_init, set_wqe_profile, "
+            "create_default_profile, wifi, wlan_config, scan_ready or advance");
       }
       for (const auto& [key, value] : item.members("a step")) {
         if (key == "at") continue;
@@ -346,10 +350,11 @@ class Loader {
       n.requireObject("a measurement stop {\"id\"}", {"client", "id"});
       step.action = StepAction::kStop;
       step.client = client(n);
-      step.stop.wifi_meas_id = static_cast<uint32_t>(n.at("id", "the measurement id").integer(0, UINT32_MAX));
+      step.stop.wifi_meas_id =
+          static_cast<uint32_t>(n.at("id", "the measurement id").integer(0, UINT32_MAX));
     } else if (key == "stop_all" || key == "create_default_profile" || key == "scan_ready") {
       n.requireObject("an object (optionally with the client)", {"client"});
-      step.action = key == "stop_all" ? StepAction::kStopAll
+      step.action = key == "stop_all"     ? StepAction::kStopAll
                     : key == "scan_ready" ? StepAction::kScanReady
                                           : StepAction::kCreateDefaultProfile;
       step.client = client(n);
@@ -398,7 +403,8 @@ class Loader {
       std::memcpy(entry->ssid_info.ssid, name.data(), name.size());
     }
     if (auto list = n.find("bssids")) {
-      const auto bssids = list->elements("a list of at most 16 access points", DSD_WIFI_BSSID_LIST_MAX_V01);
+      const auto bssids =
+          list->elements("a list of at most 16 access points", DSD_WIFI_BSSID_LIST_MAX_V01);
       entry->bssid_list_len = static_cast<uint32_t>(bssids.size());
       for (std::size_t i = 0; i < bssids.size(); ++i) accessPoint(bssids[i], &entry->bssid_list[i]);
     }
@@ -411,7 +417,8 @@ class Loader {
       bssid.fail("a BSSID like 02:00:00:00:00:00");
     }
     if (auto list = n.find("channels")) {
-      const auto codes = list->elements("a list of at most 16 channel codes", DSD_WIFI_CHANNEL_LIST_MAX_V01);
+      const auto codes =
+          list->elements("a list of at most 16 channel codes", DSD_WIFI_CHANNEL_LIST_MAX_V01);
       entry->channel_list_len = static_cast<uint32_t>(codes.size());
       for (std::size_t i = 0; i < codes.size(); ++i) {
         entry->channel_list[i] = static_cast<uint16_t>(codes[i].integer(0, UINT16_MAX));
@@ -425,7 +432,8 @@ class Loader {
     step->client = client(n);
     dsd_wqe_profile_init_ind_msg_v01& ind = step->profileInit;
     std::memset(&ind, 0, sizeof ind);
-    ind.profile_type = static_cast<uint32_t>(n.at("profile", "the profile number").integer(0, UINT32_MAX));
+    ind.profile_type =
+        static_cast<uint32_t>(n.at("profile", "the profile number").integer(0, UINT32_MAX));
     if (auto v = n.find("rssi_high_override")) {
       ind.rssi_high_override_valid = 1;
       ind.rssi_high_override = static_cast<int16_t>(v->integer(INT16_MIN, INT16_MAX));
@@ -506,7 +514,8 @@ class Loader {
     if (auto v = n.find("dns2Ipv4")) c.dns2Ipv4 = ipv4(*v);
     if (auto v = n.find("dns1Ipv6")) ipv6(*v, c.dns1Ipv6);
     if (auto v = n.find("dns2Ipv6")) ipv6(*v, c.dns2Ipv6);
-    if (auto v = n.find("connState")) c.connState = static_cast<int32_t>(v->integer(INT32_MIN, INT32_MAX));
+    if (auto v = n.find("connState"))
+      c.connState = static_cast<int32_t>(v->integer(INT32_MIN, INT32_MAX));
     if (auto v = n.find("resultReason")) {
       c.resultReason = static_cast<int32_t>(v->integer(INT32_MIN, INT32_MAX));
     }
@@ -535,7 +544,8 @@ class Loader {
   }
 
   void copyText(const Node& n, char* field, std::size_t maxBytes) {
-    const std::string text = n.text("a text of at most " + std::to_string(maxBytes) + " bytes", maxBytes);
+    const std::string text =
+        n.text("a text of at most " + std::to_string(maxBytes) + " bytes", maxBytes);
     std::memcpy(field, text.data(), text.size());
   }
 
@@ -582,8 +592,10 @@ ScenarioStep measurementStep(const MeasurementOptions& options) {
   for (uint16_t c : options.channels) channels.push_back(c);
   if (channels.empty()) channels.push_back(DSD_WIFI_CHANNEL_ANY_V01);
   Json bssids = Json::array();
-  for (const std::string& b : options.bssids) bssids.push_back(Json{{"bssid", b}, {"channels", channels}});
-  if (bssids.empty()) bssids.push_back(Json{{"bssid", "ff:ff:ff:ff:ff:ff"}, {"channels", channels}});
+  for (const std::string& b : options.bssids)
+    bssids.push_back(Json{{"bssid", b}, {"channels", channels}});
+  if (bssids.empty())
+    bssids.push_back(Json{{"bssid", "ff:ff:ff:ff:ff:ff"}, {"channels", channels}});
   start["networks"] = Json::array({Json{{"ssid", options.ssid}, {"bssids", bssids}}});
   if (options.samplingInterval) start["sampling_interval"] = *options.samplingInterval;
   if (options.reportingInterval) start["reporting_interval"] = *options.reportingInterval;

@@ -37,18 +37,29 @@ void StepPerformer::perform(const ScenarioStep& step) {
     clientsUsed_.insert(step.client);
   }
   switch (step.action) {
-    case StepAction::kStart: record["indication"] = decode(step.start); break;
-    case StepAction::kStop: record["indication"] = decode(step.stop); break;
-    case StepAction::kWqeProfileInit: record["indication"] = decode(step.profileInit); break;
-    case StepAction::kSetWqeProfile: record["indication"] = decode(step.profileMask); break;
-    case StepAction::kWifi: record["on"] = step.wifiOn; break;
+    case StepAction::kStart:
+      record["indication"] = decode(step.start);
+      break;
+    case StepAction::kStop:
+      record["indication"] = decode(step.stop);
+      break;
+    case StepAction::kWqeProfileInit:
+      record["indication"] = decode(step.profileInit);
+      break;
+    case StepAction::kSetWqeProfile:
+      record["indication"] = decode(step.profileMask);
+      break;
+    case StepAction::kWifi:
+      record["on"] = step.wifiOn;
+      break;
     case StepAction::kWlanConfig:
-      record["to"] = !step.configTarget             ? Json("all")
+      record["to"] = !step.configTarget           ? Json("all")
                      : step.configTarget->empty() ? Json("default")
                                                   : Json(*step.configTarget);
       record["config"] = decode(step.config);
       break;
-    default: break;
+    default:
+      break;
   }
   host_.trace.record("step", std::move(record));
 
@@ -67,7 +78,9 @@ void StepPerformer::perform(const ScenarioStep& step) {
       manager_.stopWifiMeasurement(&client, ind);
       break;
     }
-    case StepAction::kStopAll: manager_.stopAllRequests(&client); break;
+    case StepAction::kStopAll:
+      manager_.stopAllRequests(&client);
+      break;
     case StepAction::kWqeProfileInit: {
       dsd_wqe_profile_init_ind_msg_v01 ind = step.profileInit;
       manager_.wqeProfileInit(&client, ind);
@@ -78,12 +91,26 @@ void StepPerformer::perform(const ScenarioStep& step) {
       manager_.setWqeProfile(&client, ind);
       break;
     }
-    case StepAction::kCreateDefaultProfile: manager_.createDefaultProfile(&client); break;
-    case StepAction::kWifi: host_.engine.setWifiState(step.wifiOn); break;
-    case StepAction::kWlanConfig: host_.engine.deliverConfig(step.config, step.configTarget); break;
-    case StepAction::kScanReady: host_.supplicantBackend().fireScanReady(); break;
-    case StepAction::kAdvance: break;
+    case StepAction::kCreateDefaultProfile:
+      manager_.createDefaultProfile(&client);
+      break;
+    case StepAction::kWifi:
+      host_.engine.setWifiState(step.wifiOn);
+      break;
+    case StepAction::kWlanConfig:
+      host_.engine.deliverConfig(step.config, step.configTarget);
+      break;
+    case StepAction::kScanReady:
+      host_.supplicantBackend().fireScanReady();
+      break;
+    case StepAction::kAdvance:
+      break;
   }
+}
+
+void initializeLinks(Host& host, ClientManager& manager) {
+  host.trace.record("step", Json{{"action", "initialize_links"}});
+  manager.initializeLinks(&host.com, &host.timer, &host.supplicant());
 }
 
 void StepPerformer::stopEverything() {
