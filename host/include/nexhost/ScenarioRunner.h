@@ -6,11 +6,6 @@
 #include "nexhost/Host.h"
 #include "nexhost/Scenario.h"
 
-// The manager is the plug-in's own class, reached through the host's view of its slots:
-// the vtable layouts agree, the types deliberately do not, so the sanitizer's dynamic
-// type check must not judge these calls.
-#define NEXHOST_CALLS_PLUGIN __attribute__((no_sanitize("vptr")))
-
 namespace nexhost {
 
 // Scripts the host's peers as a scenario describes them (supplicant replies and scan
@@ -25,7 +20,7 @@ class StepPerformer {
  public:
   StepPerformer(Host& host, ClientManager& manager) : host_(host), manager_(manager) {}
 
-  NEXHOST_CALLS_PLUGIN void perform(const ScenarioStep& step);
+  void perform(const ScenarioStep& step);
   // Stop-all for every modem client a step has used, as a clean shutdown does.
   void stopEverything();
 
@@ -36,7 +31,7 @@ class StepPerformer {
 };
 
 // Hands the plug-in its links, as the host does once after init.
-NEXHOST_CALLS_PLUGIN void initializeLinks(Host& host, ClientManager& manager);
+void initializeLinks(Host& host, ClientManager& manager);
 
 // Runs a scenario on the virtual clock: each step runs once everything due up to its
 // time has run.
