@@ -20,97 +20,13 @@
 #include <thread>
 #include <vector>
 
+#include "FakeSupplicant.h"
 #include "nexhost/ControlSocket.h"
 #include "nexhost/LiveSupplicant.h"
 
 namespace {
 
 using nexhost::ControlSocket;
-
-// Answers each scripted request with its datagrams (events first, if a test wants them
-// in the way); unscripted requests get no answer. ATTACH subscribes the sender.
-class FakeSupplicant {
- public:
-  FakeSupplicant() {
-    char dir[] = "/tmp/nexhost-test-XXXXXX";
-    dir_ = mkdtemp(dir);
-    path = dir_ + "/wlan0";
-    fd_ = socket(AF_UNIX, SOCK_DGRAM, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-    EXPECT_EQ(bind(fd_, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    thread_ = std::thread([this] { serve(); });
-  }
-  ~FakeSupplicant() {
-    stop_ = true;
-    thread_.join();
-    close(fd_);
-    unlink(path.c_str());
-    rmdir(dir_.c_str());
-  }
-
-  void on(const std::string& request, std::vector<std::string> datagrams, int delayMs = 0) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    script_[request] = std::move(datagrams);
-    delayMs_[request] = delayMs;
-  }
-  std::vector<std::string> received() {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return received_;
-  }
-  void sendEvent(const std::string& text) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    for (const sockaddr_un& a : attached_) {
-      sendto(fd_, text.data(), text.size(), 0, reinterpret_cast<const sockaddr*>(&a), sizeof a);
-    }
-  }
-
-  std::string path;
-
- private:
-  void serve() {
-    while (!stop_) {
-      pollfd p{fd_, POLLIN, 0};
-      if (poll(&p, 1, 20) <= 0) continue;
-      char buffer[4096];
-      sockaddr_un from{};
-      socklen_t fromLen = sizeof from;
-      const ssize_t n =
-          recvfrom(fd_, buffer, sizeof buffer, 0, reinterpret_cast<sockaddr*>(&from), &fromLen);
-      if (n < 0) continue;
-      const std::string request(buffer, static_cast<std::size_t>(n));
-      std::unique_lock<std::mutex> lock(mutex_);
-      received_.push_back(request);
-      std::vector<std::string> answer;
-      if (request == "ATTACH") {
-        attached_.push_back(from);
-        answer = {"OK\n"};
-      } else if (request == "DETACH") {
-        answer = {"OK\n"};
-      } else if (script_.count(request) != 0) {
-        answer = script_[request];
-        const int delay = delayMs_[request];
-        lock.unlock();
-        std::this_thread::sleep_for(std::chrono::milliseconds(delay));
-        lock.lock();
-      }
-      for (const std::string& d : answer) {
-        sendto(fd_, d.data(), d.size(), 0, reinterpret_cast<sockaddr*>(&from), fromLen);
-      }
-    }
-  }
-
-  std::string dir_;
-  int fd_ = -1;
-  std::atomic<bool> stop_{false};
-  std::thread thread_;
-  std::mutex mutex_;
-  std::map<std::string, std::vector<std::string>> script_;
-  std::map<std::string, int> delayMs_;
-  std::vector<std::string> received_;
-  std::vector<sockaddr_un> attached_;
-};
 
 std::unique_ptr<ControlSocket> openOrFail(const std::string& path) {
   std::string error;
