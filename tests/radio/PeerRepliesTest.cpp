@@ -2,6 +2,7 @@
 // the same order, same table layout, same stable values. When a peer changes its format
 // this fails here before the recordings mislead every other test.
 #include <algorithm>
+#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
@@ -44,6 +45,8 @@ struct ReplyCase {
   // Keys whose values are the same in every run and in the recording.
   std::vector<std::string> stable;
 };
+
+void PrintTo(const ReplyCase& c, std::ostream* os) { *os << c.file; }
 
 class PeerReplyTest : public ::testing::TestWithParam<ReplyCase> {};
 
