@@ -42,6 +42,20 @@ void copySsid(dsd_wifi_meas_report_req_msg_v01& message, const std::string& ssid
   std::memcpy(message.ssid, ssid.data(), length);
 }
 
+// One record about the current link: its SSID, BSSID and frequency, and the given RSSI.
+void fillLinkReport(dsd_wifi_meas_report_req_msg_v01& message, const WifiStatus& status,
+                    int16_t rssi) {
+  copySsid(message, status.ssid);
+  message.bss_info_valid = 1;
+  message.bss_info_len = 1;
+  dsd_wifi_bss_info_type_v01& record = message.bss_info[0];
+  WifiParser::getBSSID(record.bssid, status.bssid.c_str());
+  record.frequency = status.frequency;
+  record.reported_params = kReportedRssi;
+  record.rssi = rssi;
+  record.channel_utilization = 0;
+}
+
 }  // namespace
 
 RawMeasurement::RawMeasurement(NexMdxDsd& client, NexCom& /*com*/, NexTimer& timer,
@@ -325,15 +339,7 @@ void RawMeasurement::sendAndsfReport() {
   advanceReportId(reportId);
 
   const WifiStatus status = infoProvider->getSTAStatus();
-  copySsid(message, status.ssid);
-  message.bss_info_valid = 1;
-  message.bss_info_len = 1;
-  dsd_wifi_bss_info_type_v01& record = message.bss_info[0];
-  WifiParser::getBSSID(record.bssid, status.bssid.c_str());
-  record.frequency = status.frequency;
-  record.reported_params = kReportedRssi;
-  record.rssi = avgRssi;
-  record.channel_utilization = 0;
+  fillLinkReport(message, status, avgRssi);
   client->sendWifiMeasurementReport(message);
 }
 
@@ -346,16 +352,9 @@ void RawMeasurement::sendConnectedReport() {
   message.report_id = reportId;
 
   const WifiStatus status = infoProvider->getSTAStatus();
-  copySsid(message, status.ssid);
   MDX_LOG(1, "sendConnectedReport ssid called %s", status.ssid.c_str());
-  message.bss_info_valid = 1;
-  message.bss_info_len = 1;
-  dsd_wifi_bss_info_type_v01& record = message.bss_info[0];
-  WifiParser::getBSSID(record.bssid, status.bssid.c_str());
-  record.frequency = status.frequency;
-  record.reported_params = kReportedRssi;
-  record.rssi = status.rssi;
-  record.channel_utilization = 0;
+  fillLinkReport(message, status, status.rssi);
+  const dsd_wifi_bss_info_type_v01& record = message.bss_info[0];
   MDX_LOG(1, "sendConnectedReport channel :%d  signal :%d", static_cast<int>(status.frequency),
           static_cast<int>(status.rssi));
   MDX_LOG(1, "sendConnectedReport bssid %x:%x:%x:%x:%x:%x", static_cast<unsigned>(record.bssid[0]),
