@@ -75,6 +75,10 @@ LiveRunner::Outcome LiveRunner::run(const std::vector<ScenarioStep>& steps,
     if (ready < 0 && errno != EINTR) break;
     if (ready <= 0) continue;
     if (fds[1].revents != 0) {
+      // Consume the signal, so that a later run in this process starts clean.
+      char pending[16];
+      while (read(stopPipe[0], pending, sizeof pending) > 0) {
+      }
       outcome = Outcome::kInterrupted;
       break;
     }
