@@ -25,6 +25,7 @@ void resetFuzzLogger() {
   static nexhost::Trace trace(clock);
   static nexhost::Logger logger(trace);
   static NexMsg message(logger);
+  // Every line is formatted, none is kept.
+  logger.setJournal(nexhost::Logger::Journal::kFormatOnly);
   NexMsg::globalLogger = &message;
-  logger.clear();
 }

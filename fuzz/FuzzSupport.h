@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-// Installs the host logger on first use and empties its journal, so every input runs the
-// plug-in's log formatting and memory stays flat across millions of inputs.
+// Installs the host logger, which formats every line the plug-in logs and keeps none, so
+// memory stays flat across millions of inputs.
 void resetFuzzLogger();
 
 // The input as the C text a parser receives (an embedded NUL ends it early).

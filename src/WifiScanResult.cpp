@@ -17,7 +17,8 @@ constexpr uint16_t kBand5 = 3;
 const char kBand24Text[] = "24ghtz";
 const char kBand36Text[] = "36ghtz";
 const char kBand5Text[] = "5ghtz";
-// Above every character a key continues with, so [prefix, prefix + "~"] is a prefix range.
+// Prefix ranges run from prefix to prefix + "~": a key matches when it continues with a
+// character below "~", as every character the supplicant prints except "~" itself is.
 const char kRangeEnd[] = "~";
 
 // Inclusive bounds; 5845 MHz and 6 GHz channels have no band.
