@@ -81,6 +81,7 @@ std::string supplicantSummary(const Json& d) {
   if (d.contains("command")) {
     std::string text = iface + " " + dumpJson(d["command"]) + " -> " + okText(d, "ok");
     if (d.contains("error")) text += " (" + d.value("error", "") + ")";
+    if (d.contains("rssi")) text += ", RSSI " + dumpJson(d["rssi"]);
     return text;
   }
   if (d.contains("bssid_filter")) return "bssid filter " + dumpJson(d["bssid_filter"]);

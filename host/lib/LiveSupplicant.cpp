@@ -113,8 +113,7 @@ SupplicantBackend::Reply LiveSupplicant::command(supplicantType_t type, const st
     reply.ok = status == ControlSocket::Status::kOk && reply.text.compare(0, 4, "FAIL") != 0 &&
                reply.text.compare(0, 15, "UNKNOWN COMMAND") != 0;
   }
-  record["ok"] = reply.ok;
-  trace().record("supplicant", std::move(record));
+  recordCommand(std::move(record), text, reply);
   return reply;
 }
 

@@ -86,26 +86,14 @@ const std::string NexSupplicantWrapper::scanResultCmd = "SCAN_RESULTS";
 const std::string NexSupplicantWrapper::statusCmd = "STATUS";
 const std::string NexSupplicantWrapper::signalPollCmd = "SIGNAL_POLL";
 
-namespace {
-
-// The RSSI line of a SIGNAL_POLL reply, as the real wrapper keeps it.
-bool readRssi(const std::string& reply, int16_t* rssi) {
-  const std::string key = "RSSI=";
-  std::size_t pos = reply.compare(0, key.size(), key) == 0 ? 0 : reply.find("\n" + key);
-  if (pos == std::string::npos) return false;
-  if (pos != 0) ++pos;
-  *rssi = static_cast<int16_t>(std::atoi(reply.c_str() + pos + key.size()));
-  return true;
-}
-
-}  // namespace
-
 NexSupplicantWrapper::NexSupplicantWrapper(nexhost::SupplicantBackend& backend)
     : rssi(0), backend_(&backend) {}
 
 int NexSupplicantWrapper::sendCommandToSupplicant(std::string command) {
   const nexhost::SupplicantBackend::Reply reply = backend_->command(SUPPLICANT_STA, command);
-  if (reply.ok && command == signalPollCmd) readRssi(reply.text, &rssi);
+  if (reply.ok && command == signalPollCmd) {
+    if (const std::optional<int16_t> polled = nexhost::signalPollRssi(reply.text)) rssi = *polled;
+  }
   return reply.ok ? 1 : 0;
 }
 
@@ -125,7 +113,9 @@ int NexSupplicantWrapper::sendCommandToSupplicant(std::string command, char* rep
     reply[n] = '\0';
     *replyLen = static_cast<unsigned int>(n);
   }
-  if (command == signalPollCmd) readRssi(answer.text, &rssi);
+  if (command == signalPollCmd) {
+    if (const std::optional<int16_t> polled = nexhost::signalPollRssi(answer.text)) rssi = *polled;
+  }
   return 1;
 }
 

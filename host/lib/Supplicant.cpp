@@ -1,10 +1,28 @@
 #include "nexhost/Supplicant.h"
 
+#include <cstdlib>
+
 #include "nexhost/Scheduler.h"
 
 namespace nexhost {
 
 const char* interfaceName(supplicantType_t type) { return type == SUPPLICANT_P2P ? "p2p" : "sta"; }
+
+std::optional<int16_t> signalPollRssi(const std::string& reply) {
+  const std::string key = "RSSI=";
+  std::size_t pos = reply.compare(0, key.size(), key) == 0 ? 0 : reply.find("\n" + key);
+  if (pos == std::string::npos) return std::nullopt;
+  if (pos != 0) ++pos;
+  return static_cast<int16_t>(std::atoi(reply.c_str() + pos + key.size()));
+}
+
+void SupplicantBackend::recordCommand(Json record, const std::string& command, const Reply& reply) {
+  record["ok"] = reply.ok;
+  if (reply.ok && command == NexSupplicantWrapper::signalPollCmd) {
+    if (const std::optional<int16_t> rssi = signalPollRssi(reply.text)) record["rssi"] = *rssi;
+  }
+  trace_.record("supplicant", std::move(record));
+}
 
 void SupplicantBackend::registerScanReady(void (*callback)(void*, void*), void* context) {
   scanReady_ = callback;
@@ -40,12 +58,9 @@ SupplicantBackend::Reply ScriptedSupplicant::command(supplicantType_t type,
     reply = script.replies[script.next];
     if (script.next + 1 < script.replies.size()) ++script.next;
   }
-  trace().record("supplicant", Json{{"interface", interfaceName(type)},
-                                    {"command", text},
-                                    {"ok", reply.ok}});
+  recordCommand(Json{{"interface", interfaceName(type)}, {"command", text}}, text, reply);
   if (reply.ok && text == NexSupplicantWrapper::scanCmd && scanReadyDelay_) {
-    scheduler_.scheduleAt(scheduler_.now() + *scanReadyDelay_,
-                          [this] { fireScanReady(); });
+    scheduler_.scheduleAt(scheduler_.now() + *scanReadyDelay_, [this] { fireScanReady(); });
   }
   return reply;
 }

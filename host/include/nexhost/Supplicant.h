@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -14,6 +15,9 @@ namespace nexhost {
 class Scheduler;
 
 const char* interfaceName(supplicantType_t type);
+
+// The RSSI line of a SIGNAL_POLL reply, as the wrapper keeps it after a poll.
+std::optional<int16_t> signalPollRssi(const std::string& reply);
 
 // What answers NexSupplicantWrapper's calls: a script in replays and tests, the real
 // control sockets in live mode.
@@ -40,6 +44,11 @@ class SupplicantBackend {
   void fireScanReady();
 
   Trace& trace() { return trace_; }
+
+ protected:
+  // Records a command with its outcome; a successful SIGNAL_POLL also shows the RSSI the
+  // wrapper keeps from it, which is the sample a connected measurement averages.
+  void recordCommand(Json record, const std::string& command, const Reply& reply);
 
  private:
   Trace& trace_;
