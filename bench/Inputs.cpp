@@ -36,6 +36,16 @@ Bytes textBytes(const char* text) {
   return bytes;
 }
 
+std::string hexText(const Bytes& bytes, bool upperCase) {
+  std::string text;
+  char pair[3];
+  for (uint8_t byte : bytes) {
+    std::snprintf(pair, sizeof pair, upperCase ? "%02X" : "%02x", static_cast<unsigned>(byte));
+    text += pair;
+  }
+  return text;
+}
+
 std::string composeElements() {
   constexpr std::size_t kSize = 512;
   Bytes ie;
@@ -82,11 +92,52 @@ std::string composeElements() {
     std::fprintf(stderr, "bench: composed elements are %zu bytes\n", ie.size());
     std::exit(2);
   }
+  return hexText(ie, false);
+}
+
+std::string composeHostileElements() {
+  constexpr std::size_t kSize = 2048;  // bytes: 4 KiB of text
+  struct Sample {
+    uint8_t id;
+    Bytes body;
+  };
+  Bytes ht(22, 0);
+  ht[2] = 0x05;
+  // Short elements of every id the walks read, each one logged after parsing or allocated
+  // (and mostly freed again as a later duplicate), some with bodies the parsers reject.
+  const std::vector<Sample> samples = {
+      {11, {0x01, 0x00, 0xc8, 0x00, 0x00}},
+      {61, ht},
+      {192, {0x01, 0x2a, 0x2a, 0xfc, 0xff}},
+      {1, {0x82}},
+      {42, {0x00}},
+      {50, {0x6c}},
+      {107, {0x01}},
+      {7, {'D', 'E', 0x20, 0x01}},
+      {61, {0x00}},
+      {1, {0x01}},
+  };
   std::string text;
-  char pair[3];
-  for (uint8_t byte : ie) {
-    std::snprintf(pair, sizeof pair, "%02x", static_cast<unsigned>(byte));
-    text += pair;
+  std::size_t bytes = 0;
+  for (std::size_t i = 0;; ++i) {
+    const Sample& sample = samples[i % samples.size()];
+    const std::size_t size = 2 + sample.body.size();
+    if (bytes + size + 3 > kSize) break;
+    Bytes element;
+    addElement(element, sample.id, sample.body);
+    text += hexText(element, i % 2 == 1);  // both cases of hex digit
+    bytes += size;
+  }
+  // The last element claims 255 bytes and gets the rest, its zero digits written as 'z'
+  // (which reads as 0 too).
+  Bytes cut = {221, 255};
+  while (bytes + cut.size() < kSize) cut.push_back(0x50);
+  std::string tail = hexText(cut, false);
+  for (std::size_t i = 4; i < tail.size(); i += 2) tail[i + 1] = 'z';
+  text += tail;
+  if (text.size() != 2 * kSize) {
+    std::fprintf(stderr, "bench: hostile elements are %zu characters\n", text.size());
+    std::exit(2);
   }
   return text;
 }
@@ -143,6 +194,11 @@ std::string elementsOf(const std::string& bssReply) {
 
 const std::string& composedElements() {
   static const std::string text = composeElements();
+  return text;
+}
+
+const std::string& hostileElements() {
+  static const std::string text = composeHostileElements();
   return text;
 }
 

@@ -25,5 +25,8 @@ std::string elementsOf(const std::string& bssReply);
 // 512 bytes of elements as hex text: what a busy access point with many capabilities
 // sends (SSID, rates, country, BSS load, HT, VHT, HE, RSN, interworking, vendor elements).
 const std::string& composedElements();
+// 4 KiB of element text made to cost the walks most per byte: short elements of every id
+// they parse, mixed-case and non-hex digits, and a last element cut short.
+const std::string& hostileElements();
 
 }  // namespace bench

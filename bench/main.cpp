@@ -66,13 +66,13 @@ class RatioReporter : public benchmark::ConsoleReporter {
   }
   void Finalize() override {
     ConsoleReporter::Finalize();
-    std::printf("\n%-28s %14s  %-26s %8s\n", "case", "cpu time", "floor", "x floor");
+    std::printf("\n%-33s %14s  %-26s %8s\n", "case", "cpu time", "floor", "x floor");
     for (const bench::Case& c : bench::cases()) {
       const auto mine = times_.find(c.name);
       if (c.floor.empty() || mine == times_.end()) continue;
       const auto floor = times_.find(c.floor);
       if (floor == times_.end() || floor->second <= 0) continue;
-      std::printf("%-28s %11.0f ns  %-26s %8.1f\n", c.name.c_str(), mine->second, c.floor.c_str(),
+      std::printf("%-33s %11.0f ns  %-26s %8.1f\n", c.name.c_str(), mine->second, c.floor.c_str(),
                   mine->second / floor->second);
     }
   }
@@ -96,7 +96,7 @@ int check() {
     runner->run();
     runner->run();
     const std::string problem = runner->check();
-    std::printf("%-28s %s%s\n", c.name.c_str(), problem.empty() ? "ok    " : "FAILED ",
+    std::printf("%-33s %s%s\n", c.name.c_str(), problem.empty() ? "ok    " : "FAILED ",
                 problem.empty() ? runner->outcome().c_str() : problem.c_str());
     if (!problem.empty()) ++failures;
   }
@@ -111,7 +111,7 @@ int digest() {
       runner->run();
       runner->run();
       const std::string hash = runner->digest();  // before outcome(), which may log
-      std::printf("%-28s %s | %s\n", c.name.c_str(), hash.c_str(), runner->outcome().c_str());
+      std::printf("%-33s %s | %s\n", c.name.c_str(), hash.c_str(), runner->outcome().c_str());
     }
   }
   return 0;

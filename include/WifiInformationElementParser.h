@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -17,11 +18,14 @@ class InformationElement {
   virtual std::string get_name() = 0;
   virtual int get_id() = 0;
   virtual std::string to_string();
+  // Each element class also reads its body in place with parseBody(body, size), as its
+  // parse() does with a vector, so that the walk copies no body.
 };
 
 class BSSLoadElement : public InformationElement {
  public:
   bool parse(std::vector<uint8_t> body) override;
+  bool parseBody(const uint8_t* body, size_t size);
   std::string get_name() override;
   int get_id() override;
   std::string to_string() override;
@@ -31,6 +35,7 @@ class BSSLoadElement : public InformationElement {
 class HTOperationElement : public InformationElement {
  public:
   bool parse(std::vector<uint8_t> body) override;
+  bool parseBody(const uint8_t* body, size_t size);
   std::string get_name() override;
   int get_id() override;
   std::string to_string() override;
@@ -41,6 +46,7 @@ class HTOperationElement : public InformationElement {
 class VHTOperationElement : public InformationElement {
  public:
   bool parse(std::vector<uint8_t> body) override;
+  bool parseBody(const uint8_t* body, size_t size);
   std::string get_name() override;
   int get_id() override;
   std::string to_string() override;
@@ -51,6 +57,7 @@ class VHTOperationElement : public InformationElement {
 class ERPElement : public InformationElement {
  public:
   bool parse(std::vector<uint8_t> body) override;
+  bool parseBody(const uint8_t* body, size_t size);
   std::string get_name() override;
   int get_id() override;
 };
@@ -58,6 +65,7 @@ class ERPElement : public InformationElement {
 class SupportedRateElement : public InformationElement {
  public:
   bool parse(std::vector<uint8_t> body) override;
+  bool parseBody(const uint8_t* body, size_t size);
   std::string get_name() override;
   int get_id() override;
   // Rate in bit/s of a rates byte (mandatory flag ignored), -1 when unknown.
@@ -74,6 +82,7 @@ class ExtendedSupportedRateElement : public SupportedRateElement {
 class InterworkingElement : public InformationElement {
  public:
   bool parse(std::vector<uint8_t> body) override;
+  bool parseBody(const uint8_t* body, size_t size);
   std::string get_name() override;
   int get_id() override;
   std::string mHessid;
@@ -82,6 +91,7 @@ class InterworkingElement : public InformationElement {
 class CountryElement : public InformationElement {
  public:
   bool parse(std::vector<uint8_t> body) override;
+  bool parseBody(const uint8_t* body, size_t size);
   std::string get_name() override;
   int get_id() override;
   std::string mCountryCode;

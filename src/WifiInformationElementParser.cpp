@@ -1,7 +1,9 @@
 #define MDX_LOG_MODULE_ID 10355
 #include "WifiInformationElementParser.h"
 
+#include <cstdarg>
 #include <cstdio>
+#include <cstring>
 
 #include "Log.h"
 
@@ -38,40 +40,115 @@ struct HexDigits {
 };
 constexpr HexDigits kHexDigits;
 
+constexpr char kBssLoadName[] = "BSSLoadElement";
+constexpr char kHtOperationName[] = "HTOperationElement";
+constexpr char kVhtOperationName[] = "VHTOperationElement";
+
 // One byte from two hex characters; the caller has checked that both are there.
 uint8_t hexByte(const char* pair) {
   return static_cast<uint8_t>(kHexDigits.value[static_cast<unsigned char>(pair[0])] << 4 |
                               kHexDigits.value[static_cast<unsigned char>(pair[1])]);
 }
 
-void logElement(uint8_t id, const std::vector<uint8_t>& body) {
-  MDX_LOG(1, "Parsed TLV: id=%u len=%d ", static_cast<unsigned>(id), static_cast<int>(body.size()));
-  for (uint8_t byte : body) MDX_LOG(1, "%u", static_cast<unsigned>(byte));
+// One element as the walk reads it: the body decoded in place, never copied.
+struct Element {
+  uint8_t id = 0;
+  size_t size = 0;  // the bytes read into body
+  uint8_t body[kMaxElementSize];
+};
+
+bool hasHeader(const char* text) {
+  // Each test runs only when the characters before it were not the terminator.
+  return text[0] != '\0' && text[1] != '\0' && text[2] != '\0' && text[3] != '\0';
 }
 
-// The element object that keeps what the derived facts need, or null for ids nobody reads.
-InformationElement* newElementFor(uint8_t id) {
-  switch (id) {
-    case kSupportedRatesId:
-      return new SupportedRateElement();
-    case kCountryId:
-      return new CountryElement();
-    case kErpId:
-      return new ERPElement();
-    case kExtendedRatesId:
-      return new ExtendedSupportedRateElement();
-    case kHtOperationId:
-      return new HTOperationElement();
-    case kInterworkingId:
-      return new InterworkingElement();
-    case kVhtOperationId:
-      return new VHTOperationElement();
-    default:
-      return nullptr;
+// Decodes the element at `text`, which has a header. Returns where the next element
+// begins, or null when this one is empty or the text ends inside its body (element.size
+// then says how far it got).
+const char* readElement(const char* text, Element& element) {
+  element.id = hexByte(text);
+  const size_t length = hexByte(text + 2);
+  const char* pairs = text + 4;
+  // Only as many bytes as the text holds: one length check, then a plain decode.
+  element.size = strnlen(pairs, 2 * length) / 2;
+  for (size_t i = 0; i < element.size; ++i) element.body[i] = hexByte(pairs + 2 * i);
+  if (length == 0 || element.size < length) return nullptr;
+  return pairs + 2 * length;
+}
+
+void logElement(const Element& element) {
+  // The logger is looked up once for the element's lines, one a body byte.
+  NexMsg* const logger = NexMsg::globalLogger;
+  if (logger == nullptr) return;
+  logger->print(1, MDX_LOG_MODULE_ID, __FILE__, __LINE__, "Parsed TLV: id=%u len=%d ",
+                static_cast<unsigned>(element.id), static_cast<int>(element.size));
+  for (size_t i = 0; i < element.size; ++i) {
+    logger->print(1, MDX_LOG_MODULE_ID, __FILE__, __LINE__, "%u",
+                  static_cast<unsigned>(element.body[i]));
   }
 }
 
-std::string formatHessid(const std::vector<uint8_t>& body, size_t first) {
+// Calls handle(element) for each element of the text, after logging it.
+template <typename Handle>
+void walk(const char* text, Handle handle) {
+  Element element;
+  while (text != nullptr && hasHeader(text)) {
+    text = readElement(text, element);
+    if (text == nullptr) break;  // an empty or cut element ends the walk
+    logElement(element);
+    handle(element);
+  }
+}
+
+// A to_string() text, bounded like every formatted text of the plug-in.
+__attribute__((format(printf, 1, 2))) std::string lineOf(const char* format, ...) {
+  char line[kLineSize];
+  va_list args;
+  va_start(args, format);
+  std::vsnprintf(line, sizeof(line), format, args);
+  va_end(args);
+  return line;
+}
+
+// Parses the element as class T. The first element of an id goes into the map; a later
+// one is parsed all the same, for its log lines, and dropped. A rejected body still marks
+// the element as present, with its fields left at zero.
+template <typename T>
+void keepFirst(const Element& element, std::map<int, InformationElement*>& map) {
+  const auto found = map.lower_bound(element.id);
+  if (found != map.end() && found->first == element.id) {
+    T duplicate;
+    duplicate.parseBody(element.body, element.size);
+    return;
+  }
+  T* object = new T();
+  object->parseBody(element.body, element.size);
+  map.emplace_hint(found, element.id, object);
+}
+
+// Keeps the elements the derived facts need; nobody reads the other ids.
+void keepForFacts(const Element& element, std::map<int, InformationElement*>& map) {
+  switch (element.id) {
+    case kSupportedRatesId:
+      return keepFirst<SupportedRateElement>(element, map);
+    case kCountryId:
+      return keepFirst<CountryElement>(element, map);
+    case kErpId:
+      return keepFirst<ERPElement>(element, map);
+    case kExtendedRatesId:
+      return keepFirst<ExtendedSupportedRateElement>(element, map);
+    case kHtOperationId:
+      return keepFirst<HTOperationElement>(element, map);
+    case kInterworkingId:
+      return keepFirst<InterworkingElement>(element, map);
+    case kVhtOperationId:
+      return keepFirst<VHTOperationElement>(element, map);
+    default:
+      return;
+  }
+}
+
+std::string formatHessid(const uint8_t* body, size_t first) {
   char text[18];
   std::snprintf(text, sizeof(text), "%02x:%02x:%02x:%02x:%02x:%02x",
                 static_cast<unsigned>(body[first]), static_cast<unsigned>(body[first + 1]),
@@ -89,70 +166,81 @@ std::string InformationElement::to_string() { return "ERR"; }
 // ---- BSS load: station count (2 bytes), channel utilisation, admission capacity (2 bytes)
 
 bool BSSLoadElement::parse(std::vector<uint8_t> body) {
-  if (body.size() != kBssLoadSize) return false;
+  return parseBody(body.data(), body.size());
+}
+bool BSSLoadElement::parseBody(const uint8_t* body, size_t size) {
+  if (size != kBssLoadSize) return false;
   mChannelUtilization = body[2];
   return true;
 }
-std::string BSSLoadElement::get_name() { return "BSSLoadElement"; }
+std::string BSSLoadElement::get_name() { return kBssLoadName; }
 int BSSLoadElement::get_id() { return kBssLoadId; }
-std::string BSSLoadElement::to_string() {
-  char line[kLineSize];
-  // Integer division on purpose: the percentage reads 0 below 255 and 1 at 255.
-  std::snprintf(line, sizeof(line), "%s mChannelUtilization=%u (%u%%)", get_name().c_str(),
-                static_cast<unsigned>(mChannelUtilization),
-                static_cast<unsigned>(mChannelUtilization / 255));
-  return line;
-}
+// The *_LINE macros give an element's to_string() line as a format and its arguments, so
+// that the walk can hand the line to the logger unformatted.
+// Integer division on purpose: the percentage reads 0 below 255 and 1 at 255.
+#define BSS_LOAD_LINE(element)                              \
+  "%s mChannelUtilization=%u (%u%%)", kBssLoadName,         \
+      static_cast<unsigned>((element).mChannelUtilization), \
+      static_cast<unsigned>((element).mChannelUtilization / 255)
+std::string BSSLoadElement::to_string() { return lineOf(BSS_LOAD_LINE(*this)); }
 
 // ---- HT operation: the width is byte 2 taken whole; users only test it for zero.
 
 bool HTOperationElement::parse(std::vector<uint8_t> body) {
-  if (body.size() != kHtOperationSize) return false;
+  return parseBody(body.data(), body.size());
+}
+bool HTOperationElement::parseBody(const uint8_t* body, size_t size) {
+  if (size != kHtOperationSize) return false;
   mPrimaryChannel = body[0];
   mChannelWidth = body[2];
   return true;
 }
-std::string HTOperationElement::get_name() { return "HTOperationElement"; }
+std::string HTOperationElement::get_name() { return kHtOperationName; }
 int HTOperationElement::get_id() { return kHtOperationId; }
-std::string HTOperationElement::to_string() {
-  char line[kLineSize];
-  std::snprintf(line, sizeof(line), "%s mPrimaryChannel=%u mChannelWidth=%u", get_name().c_str(),
-                static_cast<unsigned>(mPrimaryChannel), static_cast<unsigned>(mChannelWidth));
-  return line;
-}
+#define HT_OPERATION_LINE(element)                            \
+  "%s mPrimaryChannel=%u mChannelWidth=%u", kHtOperationName, \
+      static_cast<unsigned>((element).mPrimaryChannel),       \
+      static_cast<unsigned>((element).mChannelWidth)
+std::string HTOperationElement::to_string() { return lineOf(HT_OPERATION_LINE(*this)); }
 
 // ---- VHT operation: width, centre segment 0, centre segment 1, basic MCS set (2 bytes)
 
 bool VHTOperationElement::parse(std::vector<uint8_t> body) {
-  if (body.size() != kVhtOperationSize) return false;
+  return parseBody(body.data(), body.size());
+}
+bool VHTOperationElement::parseBody(const uint8_t* body, size_t size) {
+  if (size != kVhtOperationSize) return false;
   mChannelWidth = body[0];
   mSeg1CenterFreq = body[2];
   return true;
 }
-std::string VHTOperationElement::get_name() { return "VHTOperationElement"; }
+std::string VHTOperationElement::get_name() { return kVhtOperationName; }
 int VHTOperationElement::get_id() { return kVhtOperationId; }
-std::string VHTOperationElement::to_string() {
-  char line[kLineSize];
-  std::snprintf(line, sizeof(line), "%s mChannelWidth=%u mSeg1CenterFreq=%u", get_name().c_str(),
-                static_cast<unsigned>(mChannelWidth), static_cast<unsigned>(mSeg1CenterFreq));
-  return line;
-}
+#define VHT_OPERATION_LINE(element)                            \
+  "%s mChannelWidth=%u mSeg1CenterFreq=%u", kVhtOperationName, \
+      static_cast<unsigned>((element).mChannelWidth),          \
+      static_cast<unsigned>((element).mSeg1CenterFreq)
+std::string VHTOperationElement::to_string() { return lineOf(VHT_OPERATION_LINE(*this)); }
 
 // ---- ERP: only its presence matters.
 
-bool ERPElement::parse(std::vector<uint8_t> body) { return !body.empty(); }
+bool ERPElement::parse(std::vector<uint8_t> body) { return parseBody(body.data(), body.size()); }
+bool ERPElement::parseBody(const uint8_t* /*body*/, size_t size) { return size != 0; }
 std::string ERPElement::get_name() { return "ERPElement"; }
 int ERPElement::get_id() { return kErpId; }
 
 // ---- Supported and extended supported rates: both hold at most 8 rates.
 
 bool SupportedRateElement::parse(std::vector<uint8_t> body) {
-  if (body.empty() || body.size() > kMaxRates) {
+  return parseBody(body.data(), body.size());
+}
+bool SupportedRateElement::parseBody(const uint8_t* body, size_t size) {
+  if (size == 0 || size > kMaxRates) {
     MDX_LOG(1, "Invalid length of rate");
     return false;
   }
-  for (uint8_t byte : body) {
-    const int32_t rate = getRateFromByte(byte);
+  for (size_t i = 0; i < size; ++i) {
+    const int32_t rate = getRateFromByte(body[i]);
     if (rate < 1) {
       MDX_LOG(1, "Invalid rate present");
       return false;  // the rates before it stay
@@ -207,7 +295,10 @@ int ExtendedSupportedRateElement::get_id() { return kExtendedRatesId; }
 // optional HESSID (6 bytes).
 
 bool InterworkingElement::parse(std::vector<uint8_t> body) {
-  switch (body.size()) {
+  return parseBody(body.data(), body.size());
+}
+bool InterworkingElement::parseBody(const uint8_t* body, size_t size) {
+  switch (size) {
     case 1:
     case 3:
       MDX_LOG(1, "HESSID not present");
@@ -229,7 +320,10 @@ int InterworkingElement::get_id() { return kInterworkingId; }
 // ---- Country: two code characters, an environment byte, then channel triplets.
 
 bool CountryElement::parse(std::vector<uint8_t> body) {
-  if (body.size() < 4) {
+  return parseBody(body.data(), body.size());
+}
+bool CountryElement::parseBody(const uint8_t* body, size_t size) {
+  if (size < 4) {
     MDX_LOG(1, "Country Code not present");
     return false;
   }
@@ -250,82 +344,55 @@ uint8_t hex_to_dec(char c) {
 }
 
 char* parse_next_tlv(char* text, uint8_t* id, std::vector<uint8_t>* body) {
-  if (text == nullptr || id == nullptr || body == nullptr) return nullptr;
-  // Each test runs only when the characters before it were not the terminator.
-  if (text[0] == '\0' || text[1] == '\0' || text[2] == '\0' || text[3] == '\0') return nullptr;
-  *id = hexByte(text);
-  const size_t length = hexByte(text + 2);
-  body->clear();
-  if (length == 0) return nullptr;  // a zero-length element ends the walk
-  body->resize(length);  // the walk reuses one vector: no allocation once it is large enough
-  uint8_t* byte = body->data();
-  const char* pair = text + 4;
-  for (size_t i = 0; i < length; ++i, pair += 2) {
-    if (pair[0] == '\0' || pair[1] == '\0') {
-      body->resize(i);  // what was read before the text ended
-      return nullptr;
-    }
-    byte[i] = hexByte(pair);
-  }
-  return text + 4 + 2 * length;
+  if (text == nullptr || id == nullptr || body == nullptr || !hasHeader(text)) return nullptr;
+  Element element;
+  const char* next = readElement(text, element);
+  *id = element.id;
+  body->assign(element.body, element.body + element.size);  // what was read, also when cut
+  return next == nullptr ? nullptr : text + (next - text);  // next, as the caller's char*
 }
 
 void parse(char* text, BssLoad& load) {
   uint8_t htWidth = 0;
   uint8_t vhtWidth = 0;
-  uint8_t id = 0;
-  std::vector<uint8_t> body;
-  body.reserve(kMaxElementSize);  // one allocation for the whole walk
-  for (char* next = parse_next_tlv(text, &id, &body); next != nullptr;
-       next = parse_next_tlv(next, &id, &body)) {
-    logElement(id, body);
-    switch (id) {
+  // The log lines are the elements' to_string() texts, handed to the logger unformatted.
+  walk(text, [&](const Element& element) {
+    switch (element.id) {
       case kBssLoadId: {
-        BSSLoadElement element;
-        if (element.parse(body)) {
-          load.channelUtilization = element.mChannelUtilization;
-          MDX_LOG(1, "--- %s", element.to_string().c_str());
+        BSSLoadElement parsed;
+        if (parsed.parseBody(element.body, element.size)) {
+          load.channelUtilization = parsed.mChannelUtilization;
+          MDX_LOG(1, "--- " BSS_LOAD_LINE(parsed));
         }
         break;
       }
       case kHtOperationId: {
-        HTOperationElement element;
-        if (element.parse(body)) {
-          htWidth = element.mChannelWidth;
-          MDX_LOG(1, "--- %s", element.to_string().c_str());
+        HTOperationElement parsed;
+        if (parsed.parseBody(element.body, element.size)) {
+          htWidth = parsed.mChannelWidth;
+          MDX_LOG(1, "--- " HT_OPERATION_LINE(parsed));
         }
         break;
       }
       case kVhtOperationId: {
-        VHTOperationElement element;
-        if (element.parse(body)) {
-          vhtWidth = element.mChannelWidth;
-          load.lowestChannel = convert_lowest(element.mSeg1CenterFreq);
-          MDX_LOG(1, "--- %s", element.to_string().c_str());
+        VHTOperationElement parsed;
+        if (parsed.parseBody(element.body, element.size)) {
+          vhtWidth = parsed.mChannelWidth;
+          load.lowestChannel = convert_lowest(parsed.mSeg1CenterFreq);
+          MDX_LOG(1, "--- " VHT_OPERATION_LINE(parsed));
         }
         break;
       }
       default:
         break;
     }
-  }
+  });
   // The field is 16 bits wide: 80 and 160 MHz arrive as 14464 and 28928.
   load.channelBandwidth = static_cast<uint16_t>(calc_freq(htWidth, vhtWidth));
 }
 
 void parse(char* text, std::map<int, InformationElement*>& map) {
-  uint8_t id = 0;
-  std::vector<uint8_t> body;
-  body.reserve(kMaxElementSize);
-  for (char* next = parse_next_tlv(text, &id, &body); next != nullptr;
-       next = parse_next_tlv(next, &id, &body)) {
-    logElement(id, body);
-    InformationElement* element = newElementFor(id);
-    if (element == nullptr) continue;
-    // A rejected body still marks the element as present, with its fields left at zero.
-    element->parse(body);
-    if (!map.emplace(id, element).second) delete element;  // the first of an id wins
-  }
+  walk(text, [&map](const Element& element) { keepForFacts(element, map); });
 }
 
 uint32_t calc_freq(uint8_t htWidth, uint8_t vhtWidth) {
