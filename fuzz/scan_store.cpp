@@ -52,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   size_t grouped = 0;
   for (const auto& group : result.filteredBySsid) grouped += group.second.size();
   FUZZ_CHECK(grouped <= result.filteredList.size());
-  for (const BssidInfo& record : result.filteredList) {
+  for (const SelectedBss& record : result.filteredList) {
     FUZZ_CHECK(result.byBssidFreq.count(record.bssid + "&" + record.freq) == 1);
   }
   return 0;

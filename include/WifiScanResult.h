@@ -1,10 +1,18 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <initializer_list>
+#include <iterator>
 #include <list>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "WifiStatus.h"
 
@@ -28,7 +36,135 @@ struct MeasurementRequestReport {
   std::map<std::string, std::set<uint16_t>> bssidChannels;
 };
 
-// One parsed scan, indexed by text keys, and the result of filtering it.
+// A stored BSS as a filter selected it: the stored line's texts and level, and a BSS load
+// of its own, which the info provider fills in the grouped selections only.
+struct SelectedBss {
+  explicit SelectedBss(const BssidInfo& line)
+      : ssid(line.ssid), bssid(line.bssid), freq(line.freq), rssi(line.rssi) {}
+  const std::string& ssid;
+  const std::string& bssid;
+  const std::string& freq;
+  int16_t rssi;
+  bool bssLoadValid = false;
+  BssLoad bssLoad = {};
+};
+
+// One line of the store: its record, and its key among a filter's matches (ssid&bssid).
+struct StoredBss {
+  BssidInfo info;
+  std::string_view ssidBssid;
+};
+
+// A line under a key, in the keys' byte-wise order (a key that begins another sorts first).
+// The key's first eight bytes, read as one big-endian number (zero-padded), settle most
+// comparisons without reading the texts: keys whose heads differ are in their heads' order.
+struct KeyedLine {
+  KeyedLine(std::string_view key, const StoredBss* line);
+  uint64_t head;
+  std::string_view key;
+  const StoredBss* line;
+};
+
+inline bool operator<(const KeyedLine& a, const KeyedLine& b) {
+  return a.head != b.head ? a.head < b.head : a.key < b.key;
+}
+inline bool sameKey(const KeyedLine& a, const KeyedLine& b) {
+  return a.head == b.head && a.key == b.key;
+}
+
+// Key texts, written once and never moved, so that the indexes can hold views of them.
+class ScanKeyArena {
+ public:
+  // Stores the parts joined by "&" as one text.
+  std::string_view join(std::initializer_list<std::string_view> parts);
+  void clear();
+
+ private:
+  std::vector<std::unique_ptr<char[]>> blocks_;
+  char* free_ = nullptr;
+  std::size_t room_ = 0;
+};
+
+// The store's lines under one kind of text key, in byte-wise key order (a key that begins
+// another sorts first). The first line added under a key keeps it. Read like a map from
+// key to BssidInfo.
+//
+// Lines are appended as they come and put in order when the index is next read: a scan
+// cycle reads only the indexes its filters need.
+class ScanKeyIndex {
+ public:
+  using Entry = KeyedLine;
+  using Range = std::pair<const Entry*, const Entry*>;
+
+  class const_iterator {
+   public:
+    using iterator_category = std::forward_iterator_tag;
+    using value_type = std::pair<std::string_view, const BssidInfo&>;
+    using reference = value_type;
+    using pointer = void;
+    using difference_type = std::ptrdiff_t;
+    explicit const_iterator(const Entry* entry) : entry_(entry) {}
+    value_type operator*() const { return {entry_->key, entry_->line->info}; }
+    const_iterator& operator++() {
+      ++entry_;
+      return *this;
+    }
+    bool operator==(const const_iterator& other) const { return entry_ == other.entry_; }
+    bool operator!=(const const_iterator& other) const { return entry_ != other.entry_; }
+
+   private:
+    const Entry* entry_;
+  };
+
+  bool empty() const { return inOrder().empty(); }
+  std::size_t size() const { return inOrder().size(); }
+  std::size_t count(std::string_view key) const { return find(key) != nullptr ? 1 : 0; }
+  // The line under `key`, which must be there (a missing key aborts, as std::map::at does
+  // without exceptions).
+  const BssidInfo& at(std::string_view key) const;
+  const_iterator begin() const { return const_iterator(inOrder().data()); }
+  const_iterator end() const { return const_iterator(inOrder().data() + inOrder().size()); }
+
+  // The entry under `key`, or null.
+  const Entry* find(std::string_view key) const;
+  // The entries whose keys begin with `prefix`, in key order.
+  Range startingWith(std::string_view prefix) const;
+  // Calls visit(line) for every entry whose key is at least `prefix` and at most
+  // prefix + "~", in key order.
+  template <typename Visit>
+  void forPrefix(std::string_view prefix, Visit visit) const;
+  template <typename Visit>
+  void forEach(Visit visit) const {
+    for (const Entry& entry : inOrder()) visit(*entry.line);
+  }
+  // Adds `line` under `key`, a text that outlives the index; ignored when the key is
+  // taken by an earlier line.
+  void add(std::string_view key, const StoredBss* line);
+  void reserve(std::size_t entries);
+  void clear();
+
+ private:
+  const std::vector<Entry>& inOrder() const;
+  std::vector<Entry>::const_iterator lowerBound(std::string_view key) const;
+
+  mutable std::vector<Entry> entries_;
+  mutable bool ordered_ = true;
+};
+
+// For a key not below `prefix`: whether it is also not above prefix + "~".
+bool withinPrefixRange(std::string_view key, std::string_view prefix);
+
+template <typename Visit>
+void ScanKeyIndex::forPrefix(std::string_view prefix, Visit visit) const {
+  const std::vector<Entry>& entries = inOrder();
+  for (auto it = lowerBound(prefix); it != entries.end() && withinPrefixRange(it->key, prefix);
+       ++it) {
+    visit(*it->line);
+  }
+}
+
+// One parsed scan, indexed by text keys, and the result of filtering it. Each line is
+// stored once; the indexes and the filter results refer to it.
 class WifiScanResult {
  public:
   WifiScanResult();
@@ -37,19 +173,46 @@ class WifiScanResult {
   WifiScanResult(const WifiScanResult&) = delete;
   WifiScanResult& operator=(const WifiScanResult&) = delete;
 
+  // Room for this many lines, when the caller knows (it saves the indexes' growth).
+  void reserve(std::size_t lines);
   void addData(std::string bssid, std::string freq, int16_t rssi, std::string ssid);
   void filterData(std::list<MeasurementRequestReport>& requests);
-  void findPartialKey(std::string ssid, std::string bssid, uint16_t channel);
-  void filterFreqAndBssid(const std::string& bssid, uint16_t channel,
-                          const std::string& channelText,
-                          std::map<std::string, BssidInfo>& partial);
-  void filterSsid(const std::string& ssid, std::map<std::string, BssidInfo> partial);
+  void findPartialKey(const std::string& ssid, const std::string& bssid, uint16_t channel);
   void dumpReport();
 
-  std::map<std::string, BssidInfo> byFreqBssidSsid;  // freq&bssid&ssid
-  std::map<std::string, BssidInfo> byBssidFreq;      // bssid&freq, bssid&band
-  std::map<std::string, BssidInfo> byFreqBssid;      // freq&bssid, band&bssid
-  std::list<BssidInfo> filteredList;
-  std::map<std::string, std::list<BssidInfo>> filteredBySsid;
+  ScanKeyIndex byFreqBssidSsid;  // freq&bssid&ssid
+  ScanKeyIndex byBssidFreq;      // bssid&freq, bssid&band
+  ScanKeyIndex byFreqBssid;      // freq&bssid, band&bssid
+  std::vector<SelectedBss> filteredList;
+  std::map<std::string, std::vector<SelectedBss>> filteredBySsid;
   std::map<std::string, std::set<std::string>> ssidBssidSet;
+
+ private:
+  // What the filters of one request share: its SSID, and whether the SSID's group is known
+  // to exist (groups are never removed); the BSSID being filtered, and the byBssidFreq
+  // entries whose keys begin with it and "&", found when first needed.
+  struct RequestFilter {
+    explicit RequestFilter(const std::string& requestSsid);
+    void setBssid(const std::string& filterBssid);
+    const std::string& ssid;
+    bool anySsid;
+    bool groupExists = false;
+    const std::string* bssid = nullptr;
+    bool broadcast = false;
+    bool bssidKeysFound = false;
+    ScanKeyIndex::Range bssidKeys;
+  };
+
+  void filterChannel(RequestFilter& filter, uint16_t channel);
+  // Calls visit(line) for each line the BSSID and channel of a filter reach.
+  template <typename Visit>
+  void filterFreqAndBssid(RequestFilter& filter, uint16_t channel, std::string_view channelText,
+                          Visit visit);
+  void addMatch(const StoredBss& line);
+  void filterSsid(RequestFilter& filter, bool reached);
+
+  std::deque<StoredBss> lines_;  // a deque never moves what it holds
+  ScanKeyArena keys_;
+  std::string keyScratch_;          // where a key is built before it is looked up or stored
+  std::vector<KeyedLine> matches_;  // one filter's lines, by ssid&bssid, first reached wins
 };

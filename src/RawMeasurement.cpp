@@ -293,7 +293,7 @@ void RawMeasurement::sendScanReport() {
   const auto& groups = scanResult->filteredBySsid;
   for (auto group = groups.begin(); group != groups.end(); ++group) {
     const std::string& ssid = group->first;
-    const std::list<BssidInfo>& bssids = group->second;
+    const std::vector<SelectedBss>& bssids = group->second;
 
     dsd_wifi_meas_report_req_msg_v01 message;
     std::memset(&message, 0, sizeof message);
@@ -310,7 +310,7 @@ void RawMeasurement::sendScanReport() {
             static_cast<int>(groups.size()));
 
     uint32_t written = 0;
-    for (const BssidInfo& info : bssids) {
+    for (const SelectedBss& info : bssids) {
       if (written == DSD_WIFI_BSS_INFO_MAX_V01) break;  // the message holds 58
       dsd_wifi_bss_info_type_v01& record = message.bss_info[written++];
       record.rssi = info.rssi;

@@ -104,7 +104,7 @@ void WifiInfoProvider::addBssLoadInfoToFilterData(WifiInfoProvider* provider,
   MDX_LOG(4, "scanResultsReadyCb isBssLoadMask: %d", static_cast<int>(bssLoadRequested));
   if (!bssLoadRequested) return;
   for (auto& [ssid, bssids] : result.filteredBySsid) {
-    for (BssidInfo& info : bssids) {
+    for (SelectedBss& info : bssids) {
       info.bssLoad = provider->getBssLoadInfo(info.bssid);
       info.bssLoadValid = info.bssLoad.channelUtilization < kBssLoadUnknown;
     }

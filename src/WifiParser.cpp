@@ -230,6 +230,9 @@ WifiScanResult WifiParser::parseScanData(const char* text) {
   const char* freq = "";
   const char* ssid = "";
   int16_t signal = 0;
+  std::size_t lines = 0;
+  for (const char* end = copy.get(); (end = std::strchr(end, '\n')) != nullptr; ++end) ++lines;
+  result.reserve(lines);  // at most one a newline, the header's included
   char* save = nullptr;
   strtok_r(copy.get(), "\n", &save);  // header
   for (char* token = strtok_r(nullptr, "\t", &save); token != nullptr;

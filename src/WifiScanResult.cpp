@@ -1,5 +1,8 @@
 #include "WifiScanResult.h"
 
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <utility>
 
 #include "Log.h"
@@ -7,8 +10,9 @@
 
 namespace {
 
-const char kAnySsid[] = "AnySSID";
-const char kBroadcastBssid[] = "ff:ff:ff:ff:ff:ff";
+// Compared as views: a length that differs settles it without reading the text.
+constexpr std::string_view kAnySsid = "AnySSID";
+constexpr std::string_view kBroadcastBssid = "ff:ff:ff:ff:ff:ff";
 constexpr uint16_t kAnyChannel = 65535;
 constexpr uint16_t kBand24 = 1;
 constexpr uint16_t kBand36 = 2;
@@ -29,7 +33,9 @@ const char* bandOf(uint16_t mhz) {
   return "";
 }
 
-std::string channelTextOf(uint16_t channel) {
+// The channel text of a filter: a band name, or the code's decimal text ("%lu") written
+// into `buffer`, directly, since a request with many codes formats one per BSSID it names.
+std::string_view channelTextOf(uint16_t channel, char (&buffer)[10]) {
   switch (channel) {
     case kBand5:
       return kBand5Text;
@@ -38,57 +44,22 @@ std::string channelTextOf(uint16_t channel) {
     case kBand24:
       return kBand24Text;
     default: {
-      // The decimal text "%lu" gives, written directly: a request with many channel codes
-      // formats one for every BSSID it names.
-      char text[10];
-      char* start = text + sizeof(text);
+      char* start = buffer + sizeof(buffer);
       unsigned value = channel;
       do {
         *--start = static_cast<char>('0' + value % 10);
         value /= 10;
       } while (value != 0);
-      return std::string(start, text + sizeof(text));
+      return std::string_view(start, static_cast<std::size_t>(buffer + sizeof(buffer) - start));
     }
   }
 }
 
-// first + "&" + second, allocated once at its final size.
-std::string joined(const std::string& first, const std::string& second) {
-  std::string key;
-  key.reserve(first.size() + 1 + second.size());
-  key.append(first).push_back('&');
-  key.append(second);
+// key = first + "&" + second, in the caller's buffer.
+std::string_view joined(std::string& key, std::string_view first, std::string_view second) {
+  key.assign(first.data(), first.size()).push_back('&');
+  key.append(second.data(), second.size());
   return key;
-}
-
-std::string joined(const std::string& first, const std::string& second, const std::string& third) {
-  std::string key;
-  key.reserve(first.size() + second.size() + third.size() + 2);
-  key.append(first).push_back('&');
-  key.append(second).push_back('&');
-  key.append(third);
-  return key;
-}
-
-// For a key not below `prefix`: whether it is also not above prefix + "~", without
-// building that bound. Such a key begins with the prefix, and what follows is nothing,
-// exactly "~", or starts with a byte below '~' (bytes compare unsigned, as in the maps).
-bool withinPrefixRange(const std::string& key, const std::string& prefix) {
-  if (key.compare(0, prefix.size(), prefix) != 0) return false;
-  const std::size_t rest = key.size() - prefix.size();
-  if (rest == 0) return true;
-  const unsigned char next = static_cast<unsigned char>(key[prefix.size()]);
-  return next < static_cast<unsigned char>(kRangeEnd[0]) ||
-         (next == static_cast<unsigned char>(kRangeEnd[0]) && rest == 1);
-}
-
-// Visits, in key order, every entry of [prefix, prefix + "~"].
-template <typename Map, typename Visit>
-void forPrefixRange(Map& map, const std::string& prefix, Visit visit) {
-  for (auto it = map.lower_bound(prefix); it != map.end() && withinPrefixRange(it->first, prefix);
-       ++it) {
-    visit(*it);
-  }
 }
 
 template <typename Value>
@@ -97,7 +68,111 @@ void moveOut(Value& target, Value& source) {
   source.clear();
 }
 
+constexpr std::size_t kKeyBlockSize = 2048;
+
 }  // namespace
+
+// ---- Keys
+
+std::string_view ScanKeyArena::join(std::initializer_list<std::string_view> parts) {
+  std::size_t size = parts.size() - 1;  // the separators
+  for (std::string_view part : parts) size += part.size();
+  if (size > room_) {
+    // A new block; a key longer than a block gets one of its own.
+    room_ = std::max(kKeyBlockSize, size);
+    blocks_.emplace_back(new char[room_]);
+    free_ = blocks_.back().get();
+  }
+  char* const text = free_;
+  for (const std::string_view* part = parts.begin(); part != parts.end(); ++part) {
+    if (part != parts.begin()) *free_++ = '&';
+    if (!part->empty()) std::memcpy(free_, part->data(), part->size());
+    free_ += part->size();
+  }
+  room_ -= size;
+  return std::string_view(text, size);
+}
+
+void ScanKeyArena::clear() {
+  blocks_.clear();
+  free_ = nullptr;
+  room_ = 0;
+}
+
+// Such a key begins with the prefix, and what follows is nothing, exactly "~", or starts
+// with a byte below '~' (bytes compare unsigned, as in the indexes). A key that does not
+// begin with the prefix is outside the range, whichever side of it the key is on.
+bool withinPrefixRange(std::string_view key, std::string_view prefix) {
+  if (key.size() < prefix.size() || key.substr(0, prefix.size()) != prefix) return false;
+  const std::size_t rest = key.size() - prefix.size();
+  if (rest == 0) return true;
+  const unsigned char next = static_cast<unsigned char>(key[prefix.size()]);
+  return next < static_cast<unsigned char>(kRangeEnd[0]) ||
+         (next == static_cast<unsigned char>(kRangeEnd[0]) && rest == 1);
+}
+
+KeyedLine::KeyedLine(std::string_view text, const StoredBss* stored)
+    : head(0), key(text), line(stored) {
+  unsigned char b[8] = {};
+  if (text.size() >= sizeof(b)) {
+    std::memcpy(b, text.data(), sizeof(b));
+  } else if (!text.empty()) {
+    std::memcpy(b, text.data(), text.size());
+  }
+  // Spelled out, so that the compiler makes it one byte-swapping load.
+  head = uint64_t{b[0]} << 56 | uint64_t{b[1]} << 48 | uint64_t{b[2]} << 40 | uint64_t{b[3]} << 32 |
+         uint64_t{b[4]} << 24 | uint64_t{b[5]} << 16 | uint64_t{b[6]} << 8 | uint64_t{b[7]};
+}
+
+const std::vector<ScanKeyIndex::Entry>& ScanKeyIndex::inOrder() const {
+  if (!ordered_) {
+    // Stable, so that of the lines under one key the one added first stays first and keeps
+    // the key.
+    std::stable_sort(entries_.begin(), entries_.end());
+    entries_.erase(std::unique(entries_.begin(), entries_.end(), sameKey), entries_.end());
+    ordered_ = true;
+  }
+  return entries_;
+}
+
+std::vector<ScanKeyIndex::Entry>::const_iterator ScanKeyIndex::lowerBound(
+    std::string_view key) const {
+  const std::vector<Entry>& entries = inOrder();
+  return std::lower_bound(entries.begin(), entries.end(), Entry(key, nullptr));
+}
+
+const ScanKeyIndex::Entry* ScanKeyIndex::find(std::string_view key) const {
+  const auto found = lowerBound(key);
+  return found != entries_.end() && found->key == key ? &*found : nullptr;
+}
+
+ScanKeyIndex::Range ScanKeyIndex::startingWith(std::string_view prefix) const {
+  const Entry* const first = entries_.data() + (lowerBound(prefix) - entries_.begin());
+  const Entry* const end = entries_.data() + entries_.size();
+  const Entry* last = first;
+  while (last != end && last->key.substr(0, prefix.size()) == prefix) ++last;
+  return Range(first, last);
+}
+
+const BssidInfo& ScanKeyIndex::at(std::string_view key) const {
+  const Entry* entry = find(key);
+  if (entry == nullptr) std::abort();
+  return entry->line->info;
+}
+
+void ScanKeyIndex::add(std::string_view key, const StoredBss* line) {
+  entries_.emplace_back(key, line);
+  ordered_ = false;
+}
+
+void ScanKeyIndex::reserve(std::size_t entries) { entries_.reserve(entries); }
+
+void ScanKeyIndex::clear() {
+  entries_.clear();
+  ordered_ = true;
+}
+
+// ---- The store
 
 WifiScanResult::WifiScanResult() = default;
 
@@ -105,128 +180,163 @@ WifiScanResult::WifiScanResult(WifiScanResult&& other) noexcept { *this = std::m
 
 WifiScanResult& WifiScanResult::operator=(WifiScanResult&& other) noexcept {
   if (this == &other) return *this;
+  // The lines and the key texts move with their blocks, so every view of them stays good.
   moveOut(byFreqBssidSsid, other.byFreqBssidSsid);
   moveOut(byBssidFreq, other.byBssidFreq);
   moveOut(byFreqBssid, other.byFreqBssid);
   moveOut(filteredList, other.filteredList);
   moveOut(filteredBySsid, other.filteredBySsid);
   moveOut(ssidBssidSet, other.ssidBssidSet);
+  moveOut(lines_, other.lines_);
+  moveOut(keys_, other.keys_);
   return *this;
+}
+
+void WifiScanResult::reserve(std::size_t lines) {
+  byFreqBssidSsid.reserve(lines);
+  byBssidFreq.reserve(2 * lines);
+  byFreqBssid.reserve(2 * lines);
 }
 
 void WifiScanResult::addData(std::string bssid, std::string freq, int16_t rssi, std::string ssid) {
   uint16_t mhz = 0;
-  std::string band;
+  std::string_view band;
   if (!freq.empty()) {
     mhz = static_cast<uint16_t>(textToInt(freq.c_str()));
     band = bandOf(mhz);
   }
-  std::string freqBssidSsid = joined(freq, bssid, ssid);
-  std::string bssidFreq = joined(bssid, freq);
-  std::string freqBssid = joined(freq, bssid);
+  lines_.push_back(StoredBss{
+      BssidInfo{std::move(ssid), std::move(bssid), std::move(freq), rssi, false, BssLoad{}},
+      std::string_view()});
+  StoredBss& line = lines_.back();
+  const BssidInfo& info = line.info;
+  byFreqBssidSsid.add(keys_.join({info.freq, info.bssid, info.ssid}), &line);
+  byBssidFreq.add(keys_.join({info.bssid, info.freq}), &line);
+  byFreqBssid.add(keys_.join({info.freq, info.bssid}), &line);
   // Also for an empty band: an out-of-band BSS gets the keys bssid + "&" and "&" + bssid.
-  std::string bssidBand;
-  std::string bandBssid;
   if (mhz != 0) {
-    bssidBand = joined(bssid, band);
-    bandBssid = joined(band, bssid);
+    byBssidFreq.add(keys_.join({info.bssid, band}), &line);
+    byFreqBssid.add(keys_.join({band, info.bssid}), &line);
   }
-  BssidInfo record;
-  record.ssid = std::move(ssid);
-  record.bssid = std::move(bssid);
-  record.freq = std::move(freq);
-  record.rssi = rssi;
-  // try_emplace keeps an existing entry, and then copies nothing: the first line seen for
-  // a key wins. The last map to take the record gets it moved.
-  byFreqBssidSsid.try_emplace(std::move(freqBssidSsid), record);
-  byBssidFreq.try_emplace(std::move(bssidFreq), record);
-  if (mhz == 0) {
-    byFreqBssid.try_emplace(std::move(freqBssid), std::move(record));
-    return;
-  }
-  byFreqBssid.try_emplace(std::move(freqBssid), record);
-  byBssidFreq.try_emplace(std::move(bssidBand), record);
-  byFreqBssid.try_emplace(std::move(bandBssid), std::move(record));
+  line.ssidBssid = keys_.join({info.ssid, info.bssid});
 }
 
 void WifiScanResult::filterData(std::list<MeasurementRequestReport>& requests) {
   // Filtering never changes a request, so its BSSIDs and channels are read in place.
   for (const MeasurementRequestReport& request : requests) {
+    RequestFilter filter(request.ssid);
     for (const auto& [bssid, channels] : request.bssidChannels) {
-      for (uint16_t channel : channels) findPartialKey(request.ssid, bssid, channel);
+      filter.setBssid(bssid);
+      for (uint16_t channel : channels) filterChannel(filter, channel);
     }
   }
   MDX_LOG(1, "dumpReport after filterData");
   dumpReport();
 }
 
-void WifiScanResult::findPartialKey(std::string ssid, std::string bssid, uint16_t channel) {
-  MDX_LOG(1, "WifiScanResult::findPartialKey  %s %s %d", ssid.c_str(), bssid.c_str(),
-          static_cast<int>(channel));
-  std::map<std::string, BssidInfo> partial;
-  filterFreqAndBssid(bssid, channel, channelTextOf(channel), partial);
-  filterSsid(ssid, std::move(partial));
+void WifiScanResult::findPartialKey(const std::string& ssid, const std::string& bssid,
+                                    uint16_t channel) {
+  RequestFilter filter(ssid);
+  filter.setBssid(bssid);
+  filterChannel(filter, channel);
 }
 
-void WifiScanResult::filterFreqAndBssid(const std::string& bssid, uint16_t channel,
-                                        const std::string& channelText,
-                                        std::map<std::string, BssidInfo>& partial) {
-  const bool broadcast = bssid == kBroadcastBssid;  // case-sensitive on purpose
-  const bool anyChannel = channel == kAnyChannel;
-  // One key buffer for every look-up: a record already taken costs no allocation.
-  std::string key;
-  // A BSS reached through both its frequency key and its band key enters once.
-  auto take = [&partial, &key](const std::pair<const std::string, BssidInfo>& entry) {
-    const BssidInfo& record = entry.second;
-    key.assign(record.ssid).push_back('&');
-    key.append(record.bssid);
-    partial.try_emplace(key, record);
-  };
+WifiScanResult::RequestFilter::RequestFilter(const std::string& requestSsid)
+    : ssid(requestSsid), anySsid(std::string_view(requestSsid) == kAnySsid) {}
 
-  if (!anyChannel && broadcast) {
-    forPrefixRange(byFreqBssid, channelText, take);
-  } else if (anyChannel && !broadcast) {
-    forPrefixRange(byBssidFreq, bssid, take);
-  } else if (!anyChannel && !broadcast) {
-    key.assign(bssid).push_back('&');
-    key.append(channelText);
-    const auto found = byBssidFreq.find(key);
-    if (found != byBssidFreq.end()) take(*found);
+void WifiScanResult::RequestFilter::setBssid(const std::string& filterBssid) {
+  bssid = &filterBssid;
+  broadcast = std::string_view(filterBssid) == kBroadcastBssid;  // case-sensitive on purpose
+  bssidKeysFound = false;
+}
+
+void WifiScanResult::filterChannel(RequestFilter& filter, uint16_t channel) {
+  MDX_LOG(1, "WifiScanResult::findPartialKey  %s %s %d", filter.ssid.c_str(), filter.bssid->c_str(),
+          static_cast<int>(channel));
+  char buffer[10];
+  const std::string_view channelText = channelTextOf(channel, buffer);
+  // A named SSID takes only the lines whose ssid&bssid key is in its prefix range, so only
+  // those are kept; whether the filter reached any line at all still counts.
+  bool reached = false;
+  matches_.clear();
+  filterFreqAndBssid(filter, channel, channelText, [&](const StoredBss& line) {
+    reached = true;
+    if (filter.anySsid || withinPrefixRange(line.ssidBssid, filter.ssid)) addMatch(line);
+  });
+  filterSsid(filter, reached);
+}
+
+template <typename Visit>
+void WifiScanResult::filterFreqAndBssid(RequestFilter& filter, uint16_t channel,
+                                        std::string_view channelText, Visit visit) {
+  const bool anyChannel = channel == kAnyChannel;
+  if (!anyChannel && filter.broadcast) {
+    byFreqBssid.forPrefix(channelText, visit);
+  } else if (anyChannel && !filter.broadcast) {
+    byBssidFreq.forPrefix(*filter.bssid, visit);
+  } else if (!anyChannel && !filter.broadcast) {
+    // The key bssid + "&" + channelText, among the few that begin with bssid + "&": a
+    // request names each BSSID with many channels.
+    if (!filter.bssidKeysFound) {
+      filter.bssidKeys = byBssidFreq.startingWith(joined(keyScratch_, *filter.bssid, ""));
+      filter.bssidKeysFound = true;
+    }
+    const std::size_t prefixSize = filter.bssid->size() + 1;
+    for (const auto* entry = filter.bssidKeys.first; entry != filter.bssidKeys.second; ++entry) {
+      if (entry->key.substr(prefixSize) == channelText) {
+        visit(*entry->line);
+        break;
+      }
+    }
   } else {
-    for (const auto& entry : byBssidFreq) take(entry);
+    byBssidFreq.forEach(visit);
   }
 }
 
-void WifiScanResult::filterSsid(const std::string& ssid, std::map<std::string, BssidInfo> partial) {
-  // The partial result is this call's own: each record is copied once and moved once, and
-  // its entry released as soon as it is done with.
-  if (ssid == kAnySsid) {
+void WifiScanResult::addMatch(const StoredBss& line) {
+  // A BSS reached through both its frequency key and its band key enters once, with the
+  // line of the key visited first.
+  const KeyedLine match(line.ssidBssid, &line);
+  const auto at = std::lower_bound(matches_.begin(), matches_.end(), match);
+  if (at != matches_.end() && sameKey(*at, match)) return;
+  matches_.insert(at, match);
+}
+
+void WifiScanResult::filterSsid(RequestFilter& filter, bool reached) {
+  // Room for this filter's matches at once, still growing geometrically.
+  const std::size_t listed = filteredList.size() + matches_.size();
+  if (listed > filteredList.capacity()) {
+    filteredList.reserve(std::max(listed, 2 * filteredList.capacity()));
+  }
+  if (filter.anySsid) {
     // Any SSID merges into the groups already there.
-    while (!partial.empty()) {
-      auto entry = partial.extract(partial.begin());
-      BssidInfo& record = entry.mapped();
-      filteredList.push_back(record);
-      std::list<BssidInfo>& group = filteredBySsid[record.ssid];
-      group.push_back(std::move(record));
+    for (const KeyedLine& match : matches_) {
+      const BssidInfo& info = match.line->info;
+      filteredList.emplace_back(info);
+      filteredBySsid[info.ssid].emplace_back(info);
     }
     return;
   }
-  if (partial.empty()) return;
-  // Prefix match on the "ssid&bssid" keys. A named SSID keeps the group it made first, and a
-  // miss still makes an (empty) group.
-  std::list<BssidInfo> matched;
-  forPrefixRange(partial, ssid, [this, &matched](std::pair<const std::string, BssidInfo>& entry) {
-    filteredList.push_back(entry.second);
-    matched.push_back(std::move(entry.second));
-  });
-  filteredBySsid.try_emplace(ssid, std::move(matched));
+  // A named SSID keeps the group it made first, and a filter that reached lines but none of
+  // this SSID's still makes an (empty) group.
+  if (!reached) return;
+  std::vector<SelectedBss>* madeGroup = nullptr;
+  if (!filter.groupExists) {
+    const auto [group, made] = filteredBySsid.try_emplace(filter.ssid);
+    if (made) madeGroup = &group->second;
+    filter.groupExists = true;
+  }
+  for (const KeyedLine& match : matches_) {
+    filteredList.emplace_back(match.line->info);
+    if (madeGroup != nullptr) madeGroup->emplace_back(match.line->info);
+  }
 }
 
 void WifiScanResult::dumpReport() {
   for (const auto& [ssid, records] : filteredBySsid) {
     MDX_LOG(1, "ssid :%s", ssid.c_str());
     MDX_LOG(1, "bssid lsit length :%d", static_cast<int>(records.size()));
-    for (const BssidInfo& record : records) {
+    for (const SelectedBss& record : records) {
       MDX_LOG(1, "RawMeasurement bssid channel %s  %s  %d", record.bssid.c_str(),
               record.freq.c_str(), static_cast<int>(record.rssi));
     }

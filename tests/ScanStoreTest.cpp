@@ -67,9 +67,9 @@ MeasurementRequestReport filter(const std::string& ssid, const std::string& bssi
   return request;
 }
 
-std::vector<std::string> namesOf(const std::list<BssidInfo>& records) {
+std::vector<std::string> namesOf(const std::vector<SelectedBss>& records) {
   std::vector<std::string> names;
-  for (const BssidInfo& r : records) names.push_back(r.ssid + "/" + r.freq);
+  for (const SelectedBss& r : records) names.push_back(r.ssid + "/" + r.freq);
   return names;
 }
 
