@@ -1,8 +1,12 @@
 // nexhost: the host framework on Linux. Loads the plug-in as the handset does and shows
 // every message it sends to the modem, replaying a scenario on a virtual clock or
 // driving a live wpa_supplicant.
+#include <sys/stat.h>
+
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <fstream>
+#include <iostream>
 #include <memory>
 #include <optional>
 #include <set>
@@ -15,6 +19,7 @@
 #include "nexhost/LiveRunner.h"
 #include "nexhost/LiveSupplicant.h"
 #include "nexhost/Plugin.h"
+#include "nexhost/Report.h"
 #include "nexhost/Scenario.h"
 #include "nexhost/ScenarioRunner.h"
 
@@ -34,6 +39,7 @@ struct OutputOptions {
   bool json = false;
   int logLevel = 3;
   std::vector<std::string> only;
+  std::string report;
 };
 
 struct LiveOptions {
@@ -64,6 +70,7 @@ const char* kFooter =
     "  nexhost run examples/scan-bss-load.json\n"
     "  nexhost run --json examples/default-profile.json | jq 'select(.kind==\"modem\")'\n"
     "  nexhost live --sta-socket /var/run/wpa_supplicant/wlan0 --ssid any --bss-load\n"
+    "  nexhost run --report run.html examples/connected-rssi.json\n"
     "\n"
     "Exit codes:\n"
     "  0  done (a live run also ends with 0 after Ctrl-C)\n"
@@ -85,13 +92,80 @@ void addOutputOptions(CLI::App* command, OutputOptions* out) {
   command->add_option("--only", out->only, "print only these kinds of event")
       ->delimiter(',')
       ->check(CLI::IsMember(kKinds));
+  command->add_option("--report", out->report,
+                      "also write a one-file HTML report: RSSI and average charts per "
+                      "measurement, WQE profile verdicts, the event timeline");
 }
 
 // One host: its output hooked up, the plug-in loaded and handed its links.
 struct Session {
   std::unique_ptr<nexhost::Plugin> plugin;
   std::unique_ptr<nexhost::EventPrinter> printer;
+  std::unique_ptr<nexhost::ReportFile> report;
 };
+
+// --report: the file is opened before anything runs, so that a path that cannot be
+// written is refused with exit code 2.
+bool openReport(const OutputOptions& out, const std::string& source, Session* session) {
+  if (out.report.empty()) return true;
+  std::string error;
+  session->report = nexhost::ReportFile::open(out.report, source, &error);
+  if (!session->report) std::fprintf(stderr, "nexhost: %s\n", error.c_str());
+  return session->report != nullptr;
+}
+
+// The report takes every event as it happens, beside the printer (which filters its own).
+void attachReport(nexhost::Trace& trace, Session* session) {
+  trace.setObserver(
+      [](const nexhost::Event& e, void* context) {
+        auto* s = static_cast<Session*>(context);
+        s->printer->print(e);
+        s->report->add(e);
+      },
+      session);
+}
+
+// Writes the report once the run has ended, whatever its outcome.
+int finishReport(Session& session, int status) {
+  std::string error;
+  if (session.report && !session.report->write(&error)) {
+    std::fprintf(stderr, "nexhost: %s\n", error.c_str());
+    return status == kExitOk ? kExitFailure : status;
+  }
+  return status;
+}
+
+// nexhost report RUN.jsonl -o FILE.html: the report of a saved --json run.
+int reportCommand(const std::string& input, const std::string& output) {
+  std::ifstream file;
+  if (input != "-") {
+    struct stat st;
+    if (::stat(input.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) {
+      std::fprintf(stderr, "nexhost: %s: not a regular file\n", input.c_str());
+      return kExitUsage;
+    }
+    file.open(input, std::ios::binary);
+    if (!file) {
+      std::fprintf(stderr, "nexhost: cannot read %s\n", input.c_str());
+      return kExitUsage;
+    }
+  }
+  std::string error;
+  std::unique_ptr<nexhost::ReportFile> report = nexhost::ReportFile::open(output, input, &error);
+  if (report &&
+      !nexhost::addJsonLines(input == "-" ? std::cin : file,
+                             input == "-" ? "standard input" : input, &report->report(), &error)) {
+    report.reset();
+    std::remove(output.c_str());
+    std::fprintf(stderr, "nexhost: invalid run: %s\n", error.c_str());
+    return kExitUsage;
+  }
+  if (!report || !report->write(&error)) {
+    std::fprintf(stderr, "nexhost: %s\n", error.c_str());
+    return kExitUsage;
+  }
+  return kExitOk;
+}
 
 bool startSession(nexhost::Host& host, const std::string& pluginPath, const OutputOptions& out,
                   Session* session) {
@@ -100,6 +174,7 @@ bool startSession(nexhost::Host& host, const std::string& pluginPath, const Outp
       out.json ? nexhost::EventPrinter::Format::kJsonLines : nexhost::EventPrinter::Format::kText);
   session->printer->setKinds(std::set<std::string>(out.only.begin(), out.only.end()));
   session->printer->attach(host.trace);
+  if (session->report) attachReport(host.trace, session);
   host.logger.setTraceLevel(out.logLevel);
   std::string error;
   session->plugin = nexhost::Plugin::load(pluginPath, &error);
@@ -120,11 +195,12 @@ int runCommand(const std::string& pluginPath, const std::string& file, const Out
     return kExitUsage;
   }
   Session session;  // outlives the host, whose trace prints through it
+  if (!openReport(out, file, &session)) return kExitUsage;
   nexhost::Host host;
   nexhost::applyPeers(host, scenario.peers);
   if (!startSession(host, pluginPath, out, &session)) return kExitFailure;
   nexhost::runScenario(host, *session.plugin->manager(), scenario);
-  return kExitOk;
+  return finishReport(session, kExitOk);
 }
 
 int liveCommand(const std::string& pluginPath, LiveOptions options, const OutputOptions& out) {
@@ -160,6 +236,7 @@ int liveCommand(const std::string& pluginPath, LiveOptions options, const Output
       [](const nexhost::ScenarioStep& a, const nexhost::ScenarioStep& b) { return a.at < b.at; });
 
   Session session;  // outlives the host, whose trace prints through it
+  if (!openReport(out, "live " + options.stationSocket, &session)) return kExitUsage;
   nexhost::LiveSupplicant* supplicant = nullptr;
   nexhost::Host host([&](nexhost::Host& h) {
     auto live = std::make_unique<nexhost::LiveSupplicant>(
@@ -189,9 +266,9 @@ int liveCommand(const std::string& pluginPath, LiveOptions options, const Output
   if (runner.run(steps, endAt) == nexhost::LiveRunner::Outcome::kSupplicantGone) {
     std::fprintf(stderr, "nexhost: wpa_supplicant at %s went away\n",
                  options.stationSocket.c_str());
-    return kExitFailure;
+    return finishReport(session, kExitFailure);
   }
-  return kExitOk;
+  return finishReport(session, kExitOk);
 }
 
 }  // namespace
@@ -274,6 +351,20 @@ int main(int argc, char** argv) {
       "3 -> 5150-5895, 65535 -> no restriction, other codes are MHz, empty items skipped).\n"
       "A missing socket or a denied permission exits with code 1.\n");
 
+  std::string reportInput;
+  std::string reportOutput;
+  CLI::App* reportCmd =
+      app.add_subcommand("report", "Write the one-file HTML report of a run saved with --json.");
+  reportCmd->add_option("RUN", reportInput, "the run's JSON Lines (- for standard input)")
+      ->required();
+  reportCmd->add_option("-o,--output", reportOutput, "the HTML file to write")->required();
+  reportCmd->footer(
+      "\nExample:\n"
+      "  nexhost run --json examples/connected-rssi.json > run.jsonl\n"
+      "  nexhost report run.jsonl -o run.html\n"
+      "\nThe same report as run --report gives. A line that is not an event is refused with\n"
+      "exit code 2, naming the line.\n");
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {
@@ -285,5 +376,6 @@ int main(int argc, char** argv) {
     return kExitUsage;
   }
   if (run->parsed()) return runCommand(pluginPath, scenarioFile, runOutput);
+  if (reportCmd->parsed()) return reportCommand(reportInput, reportOutput);
   return liveCommand(pluginPath, live, liveOutput);
 }

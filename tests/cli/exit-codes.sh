@@ -30,4 +30,9 @@ expect 2 "--bssid: expected a BSSID" -- live --ssid any --bssid 02:00
 expect 1 "cannot reach wpa_supplicant at /tmp/nexhost-no-such-dir/wlan0: No such file or directory" -- \
   live --sta-socket /tmp/nexhost-no-such-dir/wlan0 --ssid any
 expect 1 "cannot load the plug-in" -- --plugin /tmp/nexhost-no-such-plugin.so run "$data/empty.json"
+expect 2 "cannot write the report /tmp/nexhost-no-such-dir/r.html" -- \
+  run --report /tmp/nexhost-no-such-dir/r.html "$data/empty.json"
+expect 2 "invalid run: $data/bad-syntax.json:1: not JSON" -- \
+  report "$data/bad-syntax.json" -o /tmp/nexhost-report-$$.html
+[ ! -e /tmp/nexhost-report-$$.html ] || fail "a refused run left its report behind"
 echo "exit codes ok"

@@ -1,0 +1,340 @@
+'use strict';
+// Draws a nexhost run report from the data nexhost wrote into this page: one chart per raw
+// measurement and per WQE profile (with the inlined dygraphs library), then the event
+// timeline. Each chart's element carries data-points, the points it holds per series.
+(function () {
+  const data = JSON.parse(document.getElementById('report-data').textContent);
+  const events = JSON.parse(document.getElementById('report-timeline').textContent);
+  const kindOrder = ['step', 'result', 'modem', 'supplicant', 'hostapd', 'timer', 'engine', 'log'];
+  const pageSize = 500;
+
+  function element(tag, className, text) {
+    const e = document.createElement(tag);
+    if (className) e.className = className;
+    if (text !== undefined) e.textContent = text;
+    return e;
+  }
+
+  function json(value) {
+    return JSON.stringify(value);
+  }
+
+  // ---- Header
+
+  function drawHeader() {
+    const kinds = Object.keys(data.kinds).map((k) => data.kinds[k] + ' ' + k).join(', ');
+    document.getElementById('summary').textContent =
+      data.source + ': ' + data.events + ' events from time ' + data.first_time + ' to ' +
+      data.last_time + ' (host units)' + (kinds ? ': ' + kinds : '');
+    const notes = document.getElementById('notes');
+    for (const note of data.notes) notes.appendChild(element('li', '', note));
+    for (const chart of data.measurements.concat(data.profiles)) {
+      if (chart.stride > 1) {
+        notes.appendChild(element('li', '', chartTitle(chart) + ': one point in ' + chart.stride +
+                                              ' is charted (long run)'));
+      }
+    }
+  }
+
+  // ---- Charts
+
+  function chartTitle(chart) {
+    if (chart.profile !== undefined) {
+      return chart.profile === 0 ? 'Default profile (0)' : 'Profile ' + chart.profile;
+    }
+    return 'Measurement ' + chart.id + ', client ' + chart.client;
+  }
+
+  function span(chart) {
+    return 'from time ' + chart.started +
+           (chart.stopped === null ? ' (not stopped)' : ' to ' + chart.stopped);
+  }
+
+  function measurementCaption(m) {
+    const r = m.request;
+    const every = (valid, value, fallback) => (valid ? value : fallback + ' (default)');
+    const reporting = every(r.reporting_interval_valid, r.reporting_interval, 5);
+    if (m.mode === 'connected') {
+      return 'Connected mode, ' + span(m) + ': the link\'s RSSI sampled every ' +
+             m.sampling_period + ', averaged with alpha ' + Number(m.alpha.toPrecision(6)) +
+             ' (weight of the previous average), reported every ' + reporting +
+             '. The average is folded from the samples as the plug-in does; each report ' +
+             'carries the average at its time.';
+    }
+    const networks = (r.wifi_ident || []).map((n) => (n.ssid === '' ? '(connected)' : n.ssid));
+    return 'Scan mode, ' + span(m) + ', reported every ' + reporting + ', networks: ' +
+           (networks.length ? networks.join(', ') : 'any') +
+           '. RSSI (dBm, left axis) and, where the BSS load is reported, channel ' +
+           'utilisation (0 to 255, right axis, dashed) of each access point at each report.';
+  }
+
+  function profileCaption(p) {
+    return (p.profile === 0
+              ? 'Quality verdicts of the station link, Wi-Fi on and off, and the link status ' +
+                'of each WLAN availability record (0 down, 1 associated or up, 2 fully connected).'
+              : 'Quality verdicts from the decision engine.') +
+           ' Quality not met: 0 met, 1 not met; reason: the modem reason code (right axis).';
+  }
+
+  function pointCounts(graph, labels) {
+    const counts = {};
+    for (let column = 1; column < labels.length; column++) {
+      let n = 0;
+      for (let row = 0; row < graph.numRows(); row++) {
+        const v = graph.getValue(row, column);
+        if (v !== null && !Number.isNaN(v)) n++;
+      }
+      counts[labels[column]] = n;
+    }
+    return counts;
+  }
+
+  function drawChart(card, chart, options) {
+    const box = element('div', 'chart');
+    box.id = 'chart-' + document.querySelectorAll('.chart').length;
+    box.dataset.title = chartTitle(chart);
+    card.appendChild(box);
+    const legend = element('div', 'legend');
+    card.appendChild(legend);
+    if (chart.rows.length === 0) {
+      box.className = 'chart empty';
+      box.style.height = 'auto';
+      box.textContent = 'Nothing to chart yet.';
+      const counts = {};
+      for (const label of chart.labels.slice(1)) counts[label] = 0;
+      box.dataset.points = json(counts);
+      return;
+    }
+    const usesY2 = Object.keys(chart.series).some((k) => chart.series[k].axis === 'y2');
+    const graph = new Dygraph(box, chart.rows, Object.assign({
+      labels: chart.labels,
+      series: chart.series,
+      connectSeparatedPoints: true,
+      drawPoints: true,
+      pointSize: 2,
+      legend: 'always',
+      labelsDiv: legend,
+      xlabel: 'time (host units)',
+      // Every chart spans the whole run, so that charts line up and a lone point shows.
+      dateWindow: [data.first_time, Math.max(data.last_time, data.first_time + 1)],
+      xRangePad: 8,
+      showRangeSelector: chart.rows.length > 1,
+      rangeSelectorHeight: 24,
+      axes: Object.assign({
+        // Host time is in whole units.
+        x: { axisLabelFormatter: (x) => (Number.isInteger(x) ? String(x) : '') },
+      }, usesY2 ? { y2: { independentTicks: true, drawGrid: false } } : {}),
+    }, options));
+    box.dataset.points = json(pointCounts(graph, chart.labels));
+  }
+
+  function drawMeasurements() {
+    const section = document.getElementById('measurements');
+    if (data.measurements.length === 0) {
+      section.appendChild(element('p', 'empty', 'No raw measurement ran.'));
+    }
+    for (const m of data.measurements) {
+      const card = element('div', 'card measurement');
+      card.appendChild(element('h3', '', chartTitle(m)));
+      card.appendChild(element('p', 'caption', measurementCaption(m)));
+      section.appendChild(card);
+      drawChart(card, m, m.mode === 'connected'
+                           ? { ylabel: 'RSSI (dBm)' }
+                           : { ylabel: 'RSSI (dBm)', y2label: 'channel utilisation' });
+    }
+  }
+
+  function availabilityTable(p) {
+    const table = element('table', 'records');
+    const head = element('tr');
+    for (const h of ['time', 'link', 'status', 'SSID', 'BSSID', 'MHz', 'IPv4', 'country']) {
+      head.appendChild(element('th', '', h));
+    }
+    table.appendChild(head);
+    for (const r of p.availability) {
+      const row = element('tr');
+      for (const v of [r.time, r.link, r.link_status, r.ssid, r.bssid, r.frequency, r.ipv4_addr,
+                       r.country_code]) {
+        row.appendChild(element('td', '', String(v)));
+      }
+      table.appendChild(row);
+    }
+    return table;
+  }
+
+  function drawProfiles() {
+    const section = document.getElementById('profiles');
+    if (data.profiles.length === 0) section.appendChild(element('p', 'empty', 'No WQE profile ran.'));
+    for (const p of data.profiles) {
+      const card = element('div', 'card profile');
+      card.appendChild(element('h3', '', chartTitle(p)));
+      card.appendChild(element('p', 'caption', profileCaption(p)));
+      section.appendChild(card);
+      drawChart(card, p, { ylabel: 'status', y2label: 'reason code', valueRange: [-0.2, 2.2] });
+      if (p.availability.length > 0) {
+        card.appendChild(element('p', 'caption',
+                                 'WLAN availability records' +
+                                 (p.availability_left_out > 0
+                                    ? ' (the last ' + p.availability.length + '; ' +
+                                      p.availability_left_out + ' earlier ones are in the timeline)'
+                                    : '')));
+        card.appendChild(availabilityTable(p));
+      }
+    }
+  }
+
+  // ---- Timeline
+
+  function summary(e) {
+    switch (e.kind) {
+      case 'modem': {
+        let s = e.message + '  client ' + e.client;
+        const f = e.fields || {};
+        if (e.message === 'wifi_meas_report') {
+          s += '  id ' + f.wifi_meas_id + ' report ' + f.report_id + ' ' + json(f.ssid) + ' ' +
+               (f.bss_info || []).map((b) => b.bssid + ' ' + b.rssi + ' dBm').join(', ');
+        } else if (e.message === 'wqe_profile_quality_status') {
+          s += '  profile ' + f.profile_type + ' quality ' + (f.quality_status ? 'not met' : 'met') +
+               (f.reason_valid ? ' reason ' + f.reason : '');
+        } else if (e.message === 'wlan_available') {
+          s += '  type ' + f.connection_type + ' link ' + f.link_status + ' ' + json(f.ssid);
+        } else if (e.message === 'notify_data_settings') {
+          s += '  wifi ' + (f.wifi_state ? 'on' : 'off');
+        }
+        return s;
+      }
+      case 'step':
+        return e.action + (e.client !== undefined ? '  client ' + e.client : '') +
+               (e.on !== undefined ? (e.on ? ' on' : ' off') : '') + (e.to ? '  to ' + e.to : '');
+      case 'result':
+        return e.operation + ' ' + e.wifi_meas_id + ' -> ' + (e.accepted ? 'accepted' : 'refused');
+      case 'supplicant':
+        if (e.command !== undefined) {
+          return e.interface + ' ' + json(e.command) + ' -> ' + (e.ok ? 'ok' : 'failed') +
+                 (e.error ? ' (' + e.error + ')' : '') +
+                 (e.rssi !== undefined ? ', RSSI ' + e.rssi : '');
+        }
+        break;
+      case 'hostapd':
+        return e.command_line + ' -> exit ' + e.exit_code;
+      case 'timer':
+        return e.action === 'add' ? 'add #' + e.id + ' every ' + e.period : 'remove #' + e.id;
+      case 'log':
+        return '[' + e.level + '] ' + e.module + ' ' + e.text;
+      default:
+        break;
+    }
+    const rest = Object.assign({}, e);
+    delete rest.time;
+    delete rest.kind;
+    return json(rest);
+  }
+
+  // Decoded fields as nested tables, keys on the left.
+  function fieldTable(value) {
+    if (value === null || typeof value !== 'object') return document.createTextNode(json(value));
+    if (Array.isArray(value) && value.every((v) => v === null || typeof v !== 'object')) {
+      return document.createTextNode(json(value));
+    }
+    const table = element('table');
+    const keys = Array.isArray(value) ? value.map((_, i) => '- ' + i) : Object.keys(value);
+    const values = Array.isArray(value) ? value : keys.map((k) => value[k]);
+    keys.forEach((key, i) => {
+      const row = element('tr');
+      row.appendChild(element('td', 'key', key));
+      const cell = element('td');
+      cell.appendChild(fieldTable(values[i]));
+      row.appendChild(cell);
+      table.appendChild(row);
+    });
+    return table;
+  }
+
+  function eventRow(e) {
+    const row = element('details', 'event kind-' + e.kind);
+    const head = element('summary');
+    head.appendChild(element('span', 't', String(e.time)));
+    head.appendChild(element('span', 'k', e.kind));
+    head.appendChild(document.createTextNode(summary(e)));
+    row.appendChild(head);
+    // Built when opened: a long timeline stays light.
+    row.addEventListener('toggle', () => {
+      if (!row.open || row.querySelector('.fields')) return;
+      const body = element('div', 'fields');
+      const details = Object.assign({}, e);
+      delete details.time;
+      delete details.kind;
+      body.appendChild(fieldTable(e.kind === 'modem' && e.fields ? e.fields : details));
+      row.appendChild(body);
+    });
+    return row;
+  }
+
+  function drawTimeline() {
+    const filters = document.getElementById('kind-filters');
+    const search = document.getElementById('search');
+    const rows = document.getElementById('timeline-rows');
+    const more = document.getElementById('more');
+    const count = document.getElementById('timeline-count');
+    const kinds = kindOrder.filter((k) => data.kinds[k] !== undefined)
+                    .concat(Object.keys(data.kinds).filter((k) => kindOrder.indexOf(k) < 0));
+    const shown = {};
+    for (const kind of kinds) {
+      shown[kind] = true;
+      const label = element('label');
+      const box = element('input');
+      box.type = 'checkbox';
+      box.checked = true;
+      box.dataset.kind = kind;
+      box.addEventListener('change', () => {
+        shown[kind] = box.checked;
+        refresh();
+      });
+      label.appendChild(box);
+      label.appendChild(document.createTextNode(' ' + kind));
+      filters.appendChild(label);
+    }
+    const texts = new Array(events.length);
+    let matching = [];
+    let drawn = 0;
+
+    function drawMore() {
+      const end = Math.min(matching.length, drawn + pageSize);
+      const fragment = document.createDocumentFragment();
+      for (; drawn < end; drawn++) fragment.appendChild(eventRow(events[matching[drawn]]));
+      rows.appendChild(fragment);
+      more.hidden = drawn >= matching.length;
+      count.textContent = matching.length + ' of ' + events.length + ' events' +
+                          (data.timeline_left_out > 0
+                             ? ' (' + data.timeline_left_out + ' left out mid-run)'
+                             : '') +
+                          (drawn < matching.length ? ', first ' + drawn + ' shown' : '');
+    }
+
+    function refresh() {
+      const needle = search.value.trim().toLowerCase();
+      matching = [];
+      events.forEach((e, i) => {
+        if (!shown[e.kind]) return;
+        if (needle) {
+          if (texts[i] === undefined) texts[i] = json(e).toLowerCase();
+          if (texts[i].indexOf(needle) < 0) return;
+        }
+        matching.push(i);
+      });
+      rows.textContent = '';
+      drawn = 0;
+      drawMore();
+    }
+
+    search.addEventListener('input', refresh);
+    more.addEventListener('click', drawMore);
+    refresh();
+  }
+
+  drawHeader();
+  drawMeasurements();
+  drawProfiles();
+  drawTimeline();
+  document.body.dataset.ready = 'true';
+})();

@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# The run report in a real browser: for every example, the report nexhost writes during
+# the run and the one it writes from the saved --json run must be the same page, and
+# headless Chromium must draw it without a console error, with as many chart points as
+# the run has samples and reports (tests/report/browser-check.js). Screenshots go to OUT.
+#   browser.sh NEXHOST OUT EXAMPLE.json...      exit 77: Chromium or Node.js is missing
+set -euo pipefail
+nexhost=$1 out=$2
+shift 2
+here=$(cd "$(dirname "$0")" && pwd)
+for tool in chromium node; do
+  if ! command -v "$tool" >/dev/null; then
+    echo "SKIP: $tool is not installed (scripts/setup browser installs it)"
+    exit 77
+  fi
+done
+mkdir -p "$out"
+pairs=()
+for example in "$@"; do
+  name=$(basename "$example" .json)
+  "$nexhost" run --json --report "$out/$name.html" "$example" >"$out/$name.jsonl"
+  "$nexhost" report "$out/$name.jsonl" -o "$out/$name.saved.html"
+  # The pages differ only in the source they name.
+  if ! cmp -s <(sed 's/"source":"[^"]*"//' "$out/$name.html") \
+              <(sed 's/"source":"[^"]*"//' "$out/$name.saved.html"); then
+    echo "FAIL $name: the report of the saved run differs from the run's own report"
+    exit 1
+  fi
+  pairs+=("$out/$name.html=$out/$name.jsonl")
+done
+exec node "$here/browser-check.js" chromium "$out" "${pairs[@]}"
