@@ -1,8 +1,11 @@
 // The scenario loader: what it refuses (and how it says so), and the records it builds
 // from fields given by name.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstring>
+#include <fstream>
 #include <string>
 
 #include "nexhost/Scenario.h"
@@ -12,6 +15,7 @@ namespace {
 using nexhost::Scenario;
 using nexhost::ScenarioError;
 using nexhost::StepAction;
+namespace limits = nexhost::scenario_limits;
 
 Scenario parse(const std::string& text) {
   return nexhost::parseScenario(text, "test.json", MDX_TEST_DATA_DIR);
@@ -63,9 +67,10 @@ TEST(ScenarioLoaderTest, RefusesWithFilePathAndExpectation) {
       {R"({"peers": {"supplicant": {"sta": {"BSS 02:00:00:00:00:00": 5}}}, "steps": []})",
        "peers.supplicant.sta[\"BSS 02:00:00:00:00:00\"]", "expected a reply"},
       {R"({"peers": {"supplicant": {"sta": {"STATUS": {"reply_file": "no-such-file.txt"}}}}, "steps": []})",
-       "peers.supplicant.sta.STATUS.reply_file", "expected a readable file"},
+       "peers.supplicant.sta.STATUS.reply_file",
+       "expected a readable regular file of at most 1 MiB"},
       {R"({"peers": {"supplicant": {"sta": {"STATUS": {"sequence": []}}}}, "steps": []})",
-       "peers.supplicant.sta.STATUS.sequence", "expected a non-empty list of replies"},
+       "peers.supplicant.sta.STATUS.sequence", "expected a non-empty list"},
       {R"({"peers": {"hostapd": {"hostapd_cli STATUS": {"exit_code": 256}}}, "steps": []})",
        "peers.hostapd[\"hostapd_cli STATUS\"].exit_code", "expected an integer from 0 to 255"},
       {R"({"peers": {"engine": "yes"}, "steps": []})", "peers.engine", "expected true or false"},
@@ -98,12 +103,121 @@ TEST(ScenarioLoaderTest, RefusesWithFilePathAndExpectation) {
   }
 }
 
-TEST(ScenarioLoaderTest, MissingFileIsRefused) {
-  try {
-    nexhost::loadScenario("/tmp/nexhost-no-such-scenario.json");
-    ADD_FAILURE() << "accepted";
-  } catch (const ScenarioError& e) {
-    EXPECT_STREQ(e.what(), "/tmp/nexhost-no-such-scenario.json: cannot read the file");
+std::string repeated(const std::string& item, std::size_t count) {
+  std::string list = item;
+  for (std::size_t i = 1; i < count; ++i) list += "," + item;
+  return list;
+}
+
+// A scratch directory with the files a careless or hostile scenario may point at.
+struct ScratchFiles {
+  std::string dir;
+  ScratchFiles() {
+    char name[] = "/tmp/nexhost-loader-XXXXXX";
+    dir = mkdtemp(name);
+    mkfifo((dir + "/fifo").c_str(), 0600);
+    std::ofstream(dir + "/big.txt") << std::string(limits::kTextBytes + 1, 'x');
+    std::ofstream(dir + "/mib.txt") << std::string(limits::kTextBytes, 'x');
+    std::ofstream(dir + "/huge.json").close();
+    truncate((dir + "/huge.json").c_str(), limits::kFileBytes + 1);  // sparse: costs nothing
+  }
+  ~ScratchFiles() {
+    for (const char* f : {"/fifo", "/big.txt", "/mib.txt", "/huge.json"}) unlink((dir + f).c_str());
+    rmdir(dir.c_str());
+  }
+};
+
+// Every row once crashed, hung, ate memory or was silently taken. Each must end in one
+// short line: the file, the JSON path (or line and column) and what was expected.
+TEST(ScenarioLoaderTest, RefusesHostileFilesInOneLine) {
+  const ScratchFiles scratch;
+  const std::string& dir = scratch.dir;
+  const std::string deep = std::string(100000, '[') + std::string(100000, ']');
+  std::string deepPath = "steps[0].advance";
+  for (int i = 0; i < limits::kDepth - 3; ++i) deepPath += "[0]";
+  const auto sta = [](const std::string& replies) {
+    return R"({"peers": {"supplicant": {"sta": )" + replies + R"(}}, "steps": []})";
+  };
+  const auto status = [&](const std::string& reply) { return sta(R"({"STATUS": )" + reply + "}"); };
+  const std::string fileReply = R"({"reply_file": ")";
+  const std::string over1MiB = '"' + std::string(limits::kTextBytes + 1, 'x') + '"';
+  struct Case {
+    const char* why;
+    std::string file;  // load this file, else parse `json`
+    std::string json;
+    std::string path;
+    std::string problem;
+  } cases[] = {
+      {"a number past a double's range aborted the run", "", R"({"steps": [{"advance": 1e400}]})",
+       "", "line 1, column 24: expected a number from -1.8e308 to 1.8e308, got 1e400"},
+      {"... in any position", "", "{\"steps\": [],\n \"description\": -1e400}", "",
+       "line 2, column 17: expected a number"},
+      {"deep nesting overflowed the stack while the error was built", "",
+       R"({"steps": [{"advance": )" + deep + "}]}", deepPath, "nested deeper than 32 levels"},
+      {"a NUL byte ended the text, the rest was ignored", "",
+       std::string("{\"steps\": []}\0{\"steps\": 5}", 27), "",
+       "line 1, column 14: expected valid JSON, got a NUL byte"},
+      {"a repeated key silently dropped the first", "",
+       R"({"steps": [], "steps": [{"wifi": "on"}]})", "steps", "repeated key"},
+      {"... at any depth", "", start(R"("id": 2)"), "steps[0].start.id", "repeated key"},
+      {"a float's overflow became infinity", "", start(R"("alpha": 1e39)"), "steps[0].start.alpha",
+       "expected a number a float can hold"},
+      {"inline replies had no cap", "", status(over1MiB), "peers.supplicant.sta.STATUS",
+       "expected a text of at most 1 MiB"},
+      {"a device was read until memory ran out", "", status(fileReply + "/dev/zero\"}"),
+       "peers.supplicant.sta.STATUS.reply_file", "not a regular file (a character device)"},
+      {"a FIFO blocked forever", "", status(fileReply + dir + "/fifo\"}"),
+       "peers.supplicant.sta.STATUS.reply_file", "not a regular file (a FIFO)"},
+      {"a directory was read as an empty reply", "", status(fileReply + ".\"}"),
+       "peers.supplicant.sta.STATUS.reply_file", "not a regular file (a directory)"},
+      {"... and so was /proc/self/mem", "", status(fileReply + "/proc/self/mem\"}"),
+       "peers.supplicant.sta.STATUS.reply_file", "Input/output error"},
+      {"a reply file past the cap", "", status(fileReply + dir + "/big.txt\"}"),
+       "peers.supplicant.sta.STATUS.reply_file", "larger than 1 MiB"},
+      {"replies within the cap, but many", "",
+       status(R"({"sequence": [)" + repeated(fileReply + dir + "/mib.txt\"}", 65) + "]}"),
+       "peers.supplicant.sta.STATUS.sequence[64].reply_file",
+       "replies and outputs add up to more than 64 MiB"},
+      {"too many steps", "",
+       R"({"steps": [)" + repeated(R"({"advance": 0})", limits::kSteps + 1) + "]}", "steps",
+       "expected a list of at most 100000 steps"},
+      {"too many replies to one command", "",
+       status(R"({"sequence": [)" + repeated("\"OK\"", limits::kRepliesPerCommand + 1) + "]}"),
+       "peers.supplicant.sta.STATUS.sequence", "expected a non-empty list of at most 10000"},
+      {"too many commands", "",
+       sta("{" +
+           [] {
+             std::string commands;
+             for (std::size_t i = 0; i <= limits::kCommands; ++i)
+               commands += (i ? ",\"" : "\"") + std::to_string(i) + "\": \"OK\"";
+             return commands;
+           }() +
+           "}"),
+       "peers.supplicant.sta", "(at most 10000)"},
+      {"a missing scenario", "/tmp/nexhost-no-such-scenario.json", "", "",
+       "cannot read the file: No such file or directory"},
+      {"a directory as the scenario was \"invalid JSON\"", dir, "", "",
+       "cannot read the file: not a regular file (a directory)"},
+      {"a FIFO as the scenario", dir + "/fifo", "", "", "not a regular file (a FIFO)"},
+      {"a scenario past its cap", dir + "/huge.json", "", "", "larger than 16 MiB"},
+  };
+  for (const Case& c : cases) {
+    const std::string file = c.file.empty() ? "test.json" : c.file;
+    try {
+      if (c.file.empty()) {
+        parse(c.json);
+      } else {
+        nexhost::loadScenario(c.file);
+      }
+      ADD_FAILURE() << c.why << ": accepted";
+    } catch (const ScenarioError& e) {
+      const std::string message = e.what();
+      EXPECT_EQ(e.path(), c.path) << c.why << ": " << message;
+      EXPECT_EQ(message.rfind(file + ": ", 0), 0u) << c.why << ": " << message;
+      EXPECT_NE(message.find(c.problem), std::string::npos) << c.why << ": " << message;
+      EXPECT_EQ(message.find('\n'), std::string::npos) << c.why;
+      EXPECT_LT(message.size(), 300u) << c.why << ": " << message;
+    }
   }
 }
 
@@ -113,7 +227,7 @@ TEST(ScenarioLoaderTest, StartNetworksBecomeTheModemRecord) {
       {"ssid": "connected"},
       {"ssid": "LabNet", "bssids": [{"bssid": "02:00:00:00:0A:ff", "channels": [1, 65535]}]}],
       "sampling_interval": -1, "alpha": 0.25}}]})");
-  const dsd_start_wifi_meas_ind_msg_v01& ind = s.steps.at(0).start;
+  const dsd_start_wifi_meas_ind_msg_v01 ind = s.steps.at(0).start();
   EXPECT_EQ(ind.meas_param_mask, 5u);
   EXPECT_EQ(ind.wifi_ident_valid, 1);
   EXPECT_EQ(ind.wifi_ident_len, 3u);
@@ -134,8 +248,8 @@ TEST(ScenarioLoaderTest, StartNetworksBecomeTheModemRecord) {
 
 TEST(ScenarioLoaderTest, StartWithoutNetworksLeavesTheListInvalid) {
   const Scenario s = parse(start(R"("reporting_interval": 5)"));
-  EXPECT_EQ(s.steps.at(0).start.wifi_ident_valid, 0);
-  EXPECT_EQ(s.steps.at(0).start.meas_param_mask, DSD_WIFI_MEAS_PARAM_RSSI_V01);
+  EXPECT_EQ(s.steps.at(0).start().wifi_ident_valid, 0);
+  EXPECT_EQ(s.steps.at(0).start().meas_param_mask, DSD_WIFI_MEAS_PARAM_RSSI_V01);
 }
 
 TEST(ScenarioLoaderTest, ProfileRecordsArePackedAsTheModemSendsThem) {
@@ -144,7 +258,7 @@ TEST(ScenarioLoaderTest, ProfileRecordsArePackedAsTheModemSendsThem) {
       {"wqe_profile_init": {"profile": 5, "iccid": "123"}},
       {"set_wqe_profile": {"profiles": [4, 35]}},
       {"set_wqe_profile": {"mask": "0x0000001000000000"}}]})");
-  const auto& even = s.steps.at(0).profileInit;
+  const auto even = s.steps.at(0).profileInit();
   EXPECT_EQ(even.rssi_low_override_valid, 1);
   EXPECT_EQ(even.rssi_low_override, -80);
   EXPECT_EQ(even.rssi_high_override_valid, 0);
@@ -152,12 +266,12 @@ TEST(ScenarioLoaderTest, ProfileRecordsArePackedAsTheModemSendsThem) {
   EXPECT_EQ(even.iccid_len, 10u);
   const uint8_t bcd[10] = {0x98, 0x10, 0x14, 0x30, 0x12, 0x11, 0x81, 0x15, 0x70, 0x02};
   EXPECT_EQ(std::memcmp(even.iccid, bcd, 10), 0);  // low nibble first
-  const auto& odd = s.steps.at(1).profileInit;
+  const auto odd = s.steps.at(1).profileInit();
   EXPECT_EQ(odd.iccid_len, 2u);
   EXPECT_EQ(odd.iccid[0], 0x21);
   EXPECT_EQ(odd.iccid[1], 0xF3);  // filler nibble
-  EXPECT_EQ(s.steps.at(2).profileMask.profile_mask, (1ull << 32) | (1ull << 63));
-  EXPECT_EQ(s.steps.at(3).profileMask.profile_mask, 1ull << 36);
+  EXPECT_EQ(s.steps.at(2).profileMask().profile_mask, (1ull << 32) | (1ull << 63));
+  EXPECT_EQ(s.steps.at(3).profileMask().profile_mask, 1ull << 36);
 }
 
 TEST(ScenarioLoaderTest, WlanConfigFieldsLandAtTheirOffsets) {
@@ -170,7 +284,7 @@ TEST(ScenarioLoaderTest, WlanConfigFieldsLandAtTheirOffsets) {
   const nexhost::ScenarioStep& step = s.steps.at(0);
   ASSERT_TRUE(step.configTarget.has_value());
   EXPECT_EQ(*step.configTarget, "");  // the default profile registers without a name
-  const CasWlanNetConfigType& c = step.config;
+  const CasWlanNetConfigType c = step.config();
   EXPECT_EQ(c.netType, CAS_NET_TYPE_SOFTAP);
   uint8_t ipv4[4];
   std::memcpy(ipv4, &c.ipv4Address, 4);
@@ -224,8 +338,8 @@ TEST(ScenarioLoaderTest, CommandLineRequestNamesTheOptionInErrors) {
   options.channels = {1, 3};
   options.bssLoad = true;
   const nexhost::ScenarioStep step = nexhost::measurementStep(options);
-  EXPECT_EQ(step.start.meas_param_mask, 5u);
-  EXPECT_EQ(step.start.wifi_ident[0].bssid_list[0].channel_list_len, 2u);
+  EXPECT_EQ(step.start().meas_param_mask, 5u);
+  EXPECT_EQ(step.start().wifi_ident[0].bssid_list[0].channel_list_len, 2u);
 
   options.bssids = {"02:00"};
   try {

@@ -1,14 +1,18 @@
-// Reads a scenario file into checked records. Every value is read through a Node that
-// knows its JSON path, so an error can say exactly where and what was expected.
+// Reads a scenario file into checked records. The text is parsed into a tree within
+// scenario_limits, then every value is read through a Node that knows its JSON
+// path, so an error can say exactly where and what was expected.
 #include <arpa/inet.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cmath>
 #include <cstring>
-#include <fstream>
+#include <iterator>
 #include <limits>
-#include <set>
-#include <sstream>
 
 #include "nexhost/Scenario.h"
 #include "nexhost/Trace.h"
@@ -17,14 +21,17 @@ namespace nexhost {
 
 namespace {
 
+namespace limits = scenario_limits;
+
+// The scenario as parsed. Its objects are sorted maps: a key is found (and a repeated one
+// caught) in logarithmic time, however many commands a peer scripts.
+using Tree = nlohmann::json;
+
 constexpr long long kLatestTime = 1000000000000LL;  // far beyond any scenario; no overflow
 constexpr int kLastClient = 7;
+constexpr std::size_t kPreviewChars = 40;  // of a rejected value, in an error
 
-std::string shortDump(const Json& value) {
-  std::string text = value.dump();
-  if (text.size() > 40) text = text.substr(0, 37) + "...";
-  return text;
-}
+std::string mebibytes(std::size_t bytes) { return std::to_string(bytes >> 20) + " MiB"; }
 
 bool isIdentifier(const std::string& key) {
   if (key.empty() || std::isdigit(static_cast<unsigned char>(key[0]))) return false;
@@ -34,59 +41,298 @@ bool isIdentifier(const std::string& key) {
   return true;
 }
 
+std::string childPath(const std::string& path, const std::string& key) {
+  if (!isIdentifier(key))
+    return path + "[" + Tree(key).dump(-1, ' ', false, Tree::error_handler_t::replace) + "]";
+  return path.empty() ? key : path + "." + key;
+}
+
+std::string indexPath(const std::string& path, std::size_t index) {
+  return path + "[" + std::to_string(index) + "]";
+}
+
+// A value as compact JSON, rendered only as far as an error shows it: a rejected value may
+// be megabytes long. Recursion is bounded by the tree's depth limit.
+void renderPreview(const Tree& value, std::string* out) {
+  const auto quoted = [](const std::string& text) {
+    return Tree(text.substr(0, kPreviewChars)).dump(-1, ' ', false, Tree::error_handler_t::replace);
+  };
+  if (value.is_string()) {
+    *out += quoted(value.get_ref<const std::string&>());
+  } else if (value.is_array() || value.is_object()) {
+    *out += value.is_array() ? '[' : '{';
+    bool first = true;
+    for (auto it = value.begin(); it != value.end() && out->size() <= kPreviewChars; ++it) {
+      if (!first) *out += ',';
+      first = false;
+      if (value.is_object()) *out += quoted(it.key()) + ":";
+      renderPreview(*it, out);
+    }
+    *out += value.is_array() ? ']' : '}';
+  } else {
+    *out += value.dump();
+  }
+}
+
+std::string preview(const Tree& value) {
+  std::string text;
+  renderPreview(value, &text);
+  if (text.size() > kPreviewChars) text = text.substr(0, kPreviewChars - 3) + "...";
+  return text;
+}
+
+// "line L, column C" of a byte offset in the text, both counted from 1.
+std::string placeOf(const std::string& text, std::size_t offset) {
+  std::size_t line = 1;
+  std::size_t column = 1;
+  for (std::size_t i = 0; i < offset && i < text.size(); ++i) {
+    if (text[i] == '\n') {
+      ++line;
+      column = 1;
+    } else {
+      ++column;
+    }
+  }
+  return "line " + std::to_string(line) + ", column " + std::to_string(column);
+}
+
+// Builds the tree from the parser's events, refusing what a tree would silently lose or
+// what would make later walks costly: a key given twice (the tree keeps one), nesting
+// past kDepth, numbers a double cannot hold.
+class TreeBuilder : public nlohmann::json_sax<Tree> {
+ public:
+  explicit TreeBuilder(const std::string& text) : text_(text) {}
+
+  Tree& root() { return root_; }
+  // Where and what went wrong, once a parse has failed.
+  const std::string& errorPath() const { return errorPath_; }
+  const std::string& problem() const { return problem_; }
+
+  bool null() override { return scalar(nullptr); }
+  bool boolean(bool v) override { return scalar(v); }
+  bool number_integer(number_integer_t v) override { return scalar(v); }
+  bool number_unsigned(number_unsigned_t v) override { return scalar(v); }
+  bool number_float(number_float_t v, const string_t&) override { return scalar(v); }
+  bool string(string_t& v) override { return scalar(std::move(v)); }
+  bool binary(binary_t&) override { return false; }  // never in JSON text
+  bool start_object(std::size_t) override { return open(Tree::object()); }
+  bool start_array(std::size_t) override { return open(Tree::array()); }
+  bool end_object() override { return close(); }
+  bool end_array() override { return close(); }
+  bool key(string_t& key) override {
+    Frame& frame = open_.back();
+    if (frame.container->contains(key)) {
+      return refuse(childPath(pathOfOpen(), key), "repeated key; each key may appear once");
+    }
+    frame.key = std::move(key);
+    return true;
+  }
+  bool parse_error(std::size_t position, const std::string& token,
+                   const nlohmann::detail::exception& e) override {
+    if (e.id == 406) {  // number overflow: the position is the number's end
+      const std::size_t start = position >= token.size() ? position - token.size() : 0;
+      return refuse("", placeOf(text_, start) +
+                            ": expected a number from -1.8e308 to 1.8e308, got " +
+                            shortened(token));
+    }
+    std::string what = e.what();
+    const std::size_t syntax = what.find("syntax error");
+    if (syntax != std::string::npos) what = what.substr(syntax);
+    // The parser quotes the whole token it stopped in, which may be the rest of the file.
+    const std::string marker = "; last read: '";
+    const std::size_t quoted = what.find(marker);
+    if (quoted != std::string::npos && token.size() > kPreviewChars) {
+      what.replace(quoted + marker.size(), token.size(), shortened(token));
+    }
+    return refuse("", placeOf(text_, position == 0 ? 0 : position - 1) + ": expected valid JSON (" +
+                          what + ")");
+  }
+
+ private:
+  struct Frame {
+    Tree* container;
+    std::string key;  // of an object: the member being read
+  };
+
+  static std::string shortened(const std::string& token) {
+    return token.size() <= kPreviewChars ? token : token.substr(0, kPreviewChars - 3) + "...";
+  }
+
+  bool scalar(Tree&& v) {
+    put(std::move(v));
+    return true;
+  }
+  Tree* put(Tree&& v) {
+    if (open_.empty()) {
+      root_ = std::move(v);
+      return &root_;
+    }
+    Frame& frame = open_.back();
+    if (frame.container->is_array()) {
+      frame.container->push_back(std::move(v));
+      return &frame.container->back();
+    }
+    return &frame.container->get_ref<Tree::object_t&>()
+                .emplace(frame.key, std::move(v))
+                .first->second;
+  }
+  bool open(Tree&& container) {
+    if (open_.size() == static_cast<std::size_t>(limits::kDepth)) {
+      return refuse(pathOfNext(),
+                    "nested deeper than " + std::to_string(limits::kDepth) + " levels");
+    }
+    Tree* added = put(std::move(container));
+    open_.push_back({added, ""});
+    return true;
+  }
+  bool close() {
+    open_.pop_back();
+    return true;
+  }
+  bool refuse(std::string path, std::string problem) {
+    errorPath_ = std::move(path);
+    problem_ = std::move(problem);
+    return false;
+  }
+  // The path of the innermost open container.
+  std::string pathOfOpen() const {
+    std::string path;
+    for (std::size_t i = 0; i + 1 < open_.size(); ++i) {
+      const Tree& c = *open_[i].container;
+      path = c.is_array() ? indexPath(path, c.size() - 1) : childPath(path, open_[i].key);
+    }
+    return path;
+  }
+  // The path of the value the parser reads next.
+  std::string pathOfNext() const {
+    if (open_.empty()) return "";
+    const Frame& last = open_.back();
+    return last.container->is_array() ? indexPath(pathOfOpen(), last.container->size())
+                                      : childPath(pathOfOpen(), last.key);
+  }
+
+  const std::string& text_;
+  Tree root_;
+  std::vector<Frame> open_;
+  std::string errorPath_;
+  std::string problem_;
+};
+
+Tree parseTree(const std::string& text, const std::string& file) {
+  if (text.size() > limits::kFileBytes) {
+    throw ScenarioError(file, "", "larger than " + mebibytes(limits::kFileBytes));
+  }
+  // The parser would take a NUL byte for the end of the text and ignore the rest.
+  const std::size_t nul = text.find('\0');
+  if (nul != std::string::npos) {
+    throw ScenarioError(file, "", placeOf(text, nul) + ": expected valid JSON, got a NUL byte");
+  }
+  TreeBuilder builder(text);
+  if (!Tree::sax_parse(text, &builder)) {
+    throw ScenarioError(file, builder.errorPath(), builder.problem());
+  }
+  return std::move(builder.root());
+}
+
+// Reads a regular file of at most `maxBytes`. Returns what is wrong with it, or "" once
+// `text` holds it. O_NONBLOCK keeps a FIFO from blocking the open until a writer comes;
+// devices, FIFOs and directories are refused before a byte is read.
+std::string readRegularFile(const std::string& path, std::size_t maxBytes, std::string* text) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return std::strerror(errno);
+  struct Closer {
+    int fd;
+    ~Closer() { ::close(fd); }
+  } closer{fd};
+  struct stat info {};
+  if (::fstat(fd, &info) != 0) return std::strerror(errno);
+  if (!S_ISREG(info.st_mode)) {
+    return std::string("not a regular file (") +
+           (S_ISDIR(info.st_mode)    ? "a directory"
+            : S_ISFIFO(info.st_mode) ? "a FIFO"
+            : S_ISCHR(info.st_mode)  ? "a character device"
+            : S_ISBLK(info.st_mode)  ? "a block device"
+                                     : "a socket") +
+           ")";
+  }
+  const std::string tooLarge = "larger than " + mebibytes(maxBytes);
+  if (static_cast<unsigned long long>(info.st_size) > maxBytes) return tooLarge;
+  text->clear();
+  char buffer[1 << 16];
+  for (;;) {
+    const ssize_t n = ::read(fd, buffer, sizeof buffer);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return std::strerror(errno);
+    if (n == 0) return "";
+    // A file may grow after the size check, and /proc files report none.
+    if (text->size() + static_cast<std::size_t>(n) > maxBytes) return tooLarge;
+    text->append(buffer, static_cast<std::size_t>(n));
+  }
+}
+
+std::string resolve(const std::string& baseDir, const std::string& path) {
+  if (path.empty() || path[0] == '/' || baseDir.empty()) return path;
+  return baseDir + "/" + path;
+}
+
 class Node {
  public:
-  Node(const Json& value, std::string path, const std::string& file)
+  Node(const Tree& value, std::string path, const std::string& file)
       : value_(value), path_(std::move(path)), file_(file) {}
 
-  const Json& value() const { return value_; }
+  const Tree& value() const { return value_; }
   const std::string& path() const { return path_; }
 
   [[noreturn]] void fail(const std::string& expected) const {
-    throw ScenarioError(file_, path_, "expected " + expected + ", got " + shortDump(value_));
+    throw ScenarioError(file_, path_, "expected " + expected + ", got " + preview(value_));
   }
 
   // An object whose keys all come from `allowed`.
   void requireObject(const std::string& what, std::initializer_list<const char*> allowed) const {
+    requireKeys(what, allowed.begin(), allowed.end());
+  }
+  void requireKeys(const std::string& what, const char* const* begin,
+                   const char* const* end) const {
     if (!value_.is_object()) fail(what);
     for (const auto& item : value_.items()) {
-      bool known = false;
+      if (std::find_if(begin, end, [&](const char* key) { return item.key() == key; }) != end) {
+        continue;
+      }
       std::string list;
-      for (const char* key : allowed) {
-        known = known || item.key() == key;
-        list += std::string(list.empty() ? "" : ", ") + key;
-      }
-      if (!known) {
-        throw ScenarioError(file_, child(item.key()), "unknown key; expected one of: " + list);
-      }
+      for (auto key = begin; key != end; ++key)
+        list += std::string(list.empty() ? "" : ", ") + *key;
+      throw ScenarioError(file_, childPath(path_, item.key()),
+                          "unknown key; expected one of: " + list);
     }
   }
 
   std::optional<Node> find(const std::string& key) const {
     auto it = value_.find(key);
     if (it == value_.end()) return std::nullopt;
-    return Node(*it, child(key), file_);
+    return Node(*it, childPath(path_, key), file_);
   }
   Node at(const std::string& key, const std::string& what) const {
     auto it = value_.find(key);
     if (it == value_.end()) {
-      throw ScenarioError(file_, child(key), "missing; expected " + what);
+      throw ScenarioError(file_, childPath(path_, key), "missing; expected " + what);
     }
-    return Node(*it, child(key), file_);
+    return Node(*it, childPath(path_, key), file_);
   }
   std::vector<Node> elements(const std::string& what, std::size_t max) const {
     if (!value_.is_array() || value_.size() > max) fail(what);
     std::vector<Node> out;
+    out.reserve(value_.size());
     for (std::size_t i = 0; i < value_.size(); ++i) {
-      out.emplace_back(value_[i], path_ + "[" + std::to_string(i) + "]", file_);
+      out.emplace_back(value_[i], indexPath(path_, i), file_);
     }
     return out;
   }
-  std::vector<std::pair<std::string, Node>> members(const std::string& what) const {
-    if (!value_.is_object()) fail(what);
+  std::vector<std::pair<std::string, Node>> members(const std::string& what,
+                                                    std::size_t max) const {
+    if (!value_.is_object() || value_.size() > max) fail(what);
     std::vector<std::pair<std::string, Node>> out;
     for (const auto& item : value_.items()) {
-      out.emplace_back(item.key(), Node(item.value(), child(item.key()), file_));
+      out.emplace_back(item.key(), Node(item.value(), childPath(path_, item.key()), file_));
     }
     return out;
   }
@@ -103,8 +349,17 @@ class Node {
     if (v < min || v > max) fail(what);
     return v;
   }
+  // A float's range is checked before the conversion, which would be undefined beyond it.
+  float real32() const {
+    if (!value_.is_number()) fail("a number");
+    const double v = value_.get<double>();
+    if (!(std::fabs(v) <= std::numeric_limits<float>::max())) {
+      fail("a number a float can hold (-3.4e38 to 3.4e38)");
+    }
+    return static_cast<float>(v);
+  }
   std::string text(const std::string& what, std::size_t maxBytes) const {
-    if (!value_.is_string() || value_.get<std::string>().size() > maxBytes) fail(what);
+    if (!value_.is_string() || value_.get_ref<const std::string&>().size() > maxBytes) fail(what);
     return value_.get<std::string>();
   }
   bool flag() const {
@@ -113,29 +368,20 @@ class Node {
   }
 
  private:
-  std::string child(const std::string& key) const {
-    const std::string step = isIdentifier(key) ? key : "[" + Json(key).dump() + "]";
-    if (path_.empty()) return step;
-    return step[0] == '[' ? path_ + step : path_ + "." + step;
-  }
-
-  const Json& value_;
+  const Tree& value_;
   std::string path_;
   const std::string& file_;
 };
 
-std::string readFile(const std::string& path, bool* ok) {
-  std::ifstream in(path, std::ios::binary);
-  *ok = in.good();
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+class Loader;
 
-std::string resolve(const std::string& baseDir, const std::string& path) {
-  if (path.empty() || path[0] == '/' || baseDir.empty()) return path;
-  return baseDir + "/" + path;
-}
+// How a step's action is read: its key in the file, the action, and the reader that
+// fills the step's record from the key's value.
+struct StepKind {
+  const char* key;
+  StepAction action;
+  void (Loader::*read)(const Node&, ScenarioStep*);
+};
 
 class Loader {
  public:
@@ -143,113 +389,88 @@ class Loader {
       : name_(std::move(name)), baseDir_(std::move(baseDir)) {}
 
   Scenario load(const std::string& text) {
-    Json root;
-    try {
-      root = Json::parse(text);
-    } catch (const Json::parse_error& e) {
-      throw ScenarioError(name_, "", syntaxProblem(text, e));
-    }
-    Node top(root, "", name_);
-    top.requireObject("a scenario object", {"description", "peers", "steps"});
     Scenario scenario;
     scenario.file = name_;
-    if (auto d = top.find("description")) scenario.description = d->text("a text", 4096);
-    if (auto p = top.find("peers")) scenario.peers = peers(*p);
-    scenario.steps = steps(top.at("steps", "a list of steps"));
+    {
+      const Tree root = parseTree(text, name_);  // released before the run
+      Node top(root, "", name_);
+      top.requireObject("a scenario object", {"description", "peers", "steps"});
+      if (auto d = top.find("description")) scenario.description = d->text("a text", 4096);
+      if (auto p = top.find("peers")) scenario.peers = peers(*p);
+      scenario.steps = steps(top.at("steps", "a list of steps"));
+    }
     return scenario;
   }
 
-  ScenarioStep start(const Node& n) {
-    n.requireObject("a measurement start", {"client", "id", "quantities", "mask", "networks",
-                                            "sampling_interval", "reporting_interval", "alpha"});
-    ScenarioStep step;
-    step.action = StepAction::kStart;
-    step.client = client(n);
-    dsd_start_wifi_meas_ind_msg_v01& ind = step.start;
-    std::memset(&ind, 0, sizeof ind);
+  // The readers of StepKind.
+  void readStart(const Node& n, ScenarioStep* step);
+  void readStop(const Node& n, ScenarioStep* step) {
+    n.requireObject("a measurement stop {\"id\"}", {"client", "id"});
+    step->client = client(n);
+    dsd_stop_wifi_meas_ind_msg_v01 ind{};
     ind.wifi_meas_id =
         static_cast<uint32_t>(n.at("id", "the measurement id").integer(0, UINT32_MAX));
-    if (auto q = n.find("quantities")) {
-      if (n.find("mask"))
-        throw ScenarioError(name_, q->path(), "give quantities or mask, not both");
-      for (const Node& item : q->elements("a list of \"rssi\" and \"bss_load\"", 2)) {
-        const std::string name = item.text("\"rssi\" or \"bss_load\"", 16);
-        if (name == "rssi") {
-          ind.meas_param_mask |= DSD_WIFI_MEAS_PARAM_RSSI_V01;
-        } else if (name == "bss_load") {
-          ind.meas_param_mask |= DSD_WIFI_MEAS_PARAM_BSS_LOAD_V01;
-        } else {
-          item.fail("\"rssi\" or \"bss_load\"");
-        }
-      }
-    } else {
-      ind.meas_param_mask = mask64(n.at("mask", "quantities (or a raw mask)"));
-    }
-    if (auto list = n.find("networks")) {
-      ind.wifi_ident_valid = 1;
-      const auto networks = list->elements("a list of at most 8 networks", DSD_WIFI_IDENT_MAX_V01);
-      ind.wifi_ident_len = static_cast<uint32_t>(networks.size());
-      for (std::size_t i = 0; i < networks.size(); ++i) network(networks[i], &ind.wifi_ident[i]);
-    }
-    if (auto v = n.find("sampling_interval")) {
-      ind.sampling_interval_valid = 1;
-      ind.sampling_interval = static_cast<int32_t>(v->integer(INT32_MIN, INT32_MAX));
-    }
-    if (auto v = n.find("reporting_interval")) {
-      ind.reporting_interval_valid = 1;
-      ind.reporting_interval = static_cast<int32_t>(v->integer(INT32_MIN, INT32_MAX));
-    }
-    if (auto v = n.find("alpha")) {
-      if (!v->value().is_number()) v->fail("a number");
-      ind.alpha_valid = 1;
-      ind.alpha = v->value().get<float>();
-    }
-    return step;
+    step->record = PackedRecord(ind);
+  }
+  void readClientOnly(const Node& n, ScenarioStep* step) {
+    n.requireObject("an object (optionally with the client)", {"client"});
+    step->client = client(n);
+  }
+  void readProfileInit(const Node& n, ScenarioStep* step);
+  void readProfileMask(const Node& n, ScenarioStep* step);
+  void readWifi(const Node& n, ScenarioStep* step) {
+    const std::string state = n.text("\"on\" or \"off\"", 3);
+    if (state != "on" && state != "off") n.fail("\"on\" or \"off\"");
+    step->wifiOn = state == "on";
+  }
+  void readWlanConfig(const Node& n, ScenarioStep* step);
+  void readAdvance(const Node& n, ScenarioStep* step) {
+    step->at += n.integer(0, kLatestTime - step->at);
   }
 
  private:
-  std::string syntaxProblem(const std::string& text, const Json::parse_error& e) {
-    std::size_t line = 1;
-    std::size_t column = 1;
-    const std::size_t end = std::min<std::size_t>(e.byte == 0 ? 0 : e.byte - 1, text.size());
-    for (std::size_t i = 0; i < end; ++i) {
-      if (text[i] == '\n') {
-        ++line;
-        column = 1;
-      } else {
-        ++column;
-      }
-    }
-    std::string what = e.what();
-    const std::size_t colon = what.find("syntax error");
-    if (colon != std::string::npos) what = what.substr(colon);
-    return "line " + std::to_string(line) + ", column " + std::to_string(column) +
-           ": expected valid JSON (" + what + ")";
-  }
+  std::vector<ScenarioStep> steps(const Node& n);
 
   int client(const Node& n) {
     auto c = n.find("client");
     return c ? static_cast<int>(c->integer(0, kLastClient)) : 0;
   }
 
+  // Every reply and output, inline or from a file, counts against one budget.
+  std::string checkedText(const Node& n, std::string text) {
+    textBytes_ += text.size();
+    if (textBytes_ > limits::kAllTextBytes) {
+      throw ScenarioError(
+          name_, n.path(),
+          "replies and outputs add up to more than " + mebibytes(limits::kAllTextBytes));
+    }
+    return text;
+  }
+  std::string inlineText(const Node& n) {
+    return checkedText(
+        n, n.text("a text of at most " + mebibytes(limits::kTextBytes), limits::kTextBytes));
+  }
   std::string fileText(const Node& n) {
     const std::string path = resolve(baseDir_, n.text("a file path", 4096));
-    bool ok = false;
-    std::string text = readFile(path, &ok);
-    if (!ok) n.fail("a readable file (looked for " + path + ")");
-    return text;
+    std::string text;
+    const std::string problem = readRegularFile(path, limits::kTextBytes, &text);
+    if (!problem.empty()) {
+      n.fail("a readable regular file of at most " + mebibytes(limits::kTextBytes) + " (" + path +
+             ": " + problem + ")");
+    }
+    return checkedText(n, std::move(text));
   }
 
   // One reply: "text", {"reply": "text"}, {"reply_file": "path"} or {"failure": true}.
   SupplicantBackend::Reply reply(const Node& n) {
-    if (n.value().is_string()) return {true, n.value().get<std::string>()};
+    if (n.value().is_string()) return {true, inlineText(n)};
     n.requireObject(
         "a reply: a text, {\"reply\": ...}, {\"reply_file\": ...} or {\"failure\": true}",
         {"reply", "reply_file", "failure"});
     if (n.value().size() != 1) {
       n.fail("exactly one of reply, reply_file, failure");
     }
-    if (auto r = n.find("reply")) return {true, r->text("a text", 1 << 20)};
+    if (auto r = n.find("reply")) return {true, inlineText(*r)};
     if (auto f = n.find("reply_file")) return {true, fileText(*f)};
     const Node failure = n.at("failure", "true");
     if (!failure.value().is_boolean() || !failure.value().get<bool>()) failure.fail("true");
@@ -258,12 +479,16 @@ class Loader {
 
   std::map<std::string, std::vector<SupplicantBackend::Reply>> replies(const Node& n) {
     std::map<std::string, std::vector<SupplicantBackend::Reply>> out;
-    for (const auto& [command, value] : n.members("an object of replies by command text")) {
+    const std::string what =
+        "an object of replies by command text (at most " + std::to_string(limits::kCommands) + ")";
+    for (const auto& [command, value] : n.members(what, limits::kCommands)) {
       if (value.value().is_object() && value.value().contains("sequence")) {
         value.requireObject("a sequence", {"sequence"});
         const Node list = value.at("sequence", "a list of replies");
-        auto items = list.elements("a non-empty list of replies", 10000);
-        if (items.empty()) list.fail("a non-empty list of replies");
+        const std::string listWhat = "a non-empty list of at most " +
+                                     std::to_string(limits::kRepliesPerCommand) + " replies";
+        auto items = list.elements(listWhat, limits::kRepliesPerCommand);
+        if (items.empty()) list.fail(listWhat);
         for (const Node& item : items) out[command].push_back(reply(item));
       } else {
         out[command].push_back(reply(value));
@@ -285,11 +510,13 @@ class Loader {
       if (auto c = s->find("p2p_connects")) p.p2pConnects = c->flag();
     }
     if (auto h = n.find("hostapd")) {
-      for (const auto& [line, value] : h->members("an object of results by command line")) {
+      const std::string what = "an object of results by command line (at most " +
+                               std::to_string(limits::kCommands) + ")";
+      for (const auto& [line, value] : h->members(what, limits::kCommands)) {
         value.requireObject("a result {\"output\" or \"output_file\", \"exit_code\"}",
                             {"output", "output_file", "exit_code"});
         Platform::ForkResult result;
-        if (auto o = value.find("output")) result.output = o->text("a text", 1 << 20);
+        if (auto o = value.find("output")) result.output = inlineText(*o);
         if (auto f = value.find("output_file")) {
           if (value.find("output")) f->fail("output or output_file, not both");
           result.output = fileText(*f);
@@ -305,79 +532,13 @@ class Loader {
       p.engine = e->value().get<bool>();
     }
     if (auto o = n.find("operators")) {
-      for (const auto& [iccid, name] : o->members("an object of operator names by ICCID digits")) {
+      const std::string what = "an object of operator names by ICCID digits (at most " +
+                               std::to_string(limits::kOperators) + ")";
+      for (const auto& [iccid, name] : o->members(what, limits::kOperators)) {
         p.operators[iccid] = name.text("an operator name", 256);
       }
     }
     return p;
-  }
-
-  std::vector<ScenarioStep> steps(const Node& n) {
-    std::vector<ScenarioStep> out;
-    long long now = 0;
-    for (const Node& item : n.elements("a list of steps", 100000)) {
-      item.requireObject(
-          "a step", {"at", "start", "stop", "stop_all", "wqe_profile_init", "set_wqe_profile",
-                     "create_default_profile", "wifi", "wlan_config", "scan_ready", "advance"});
-      if (auto at = item.find("at")) {
-        const long long t = at->integer(0, kLatestTime);
-        if (t < now)
-          at->fail("a time at or after " + std::to_string(now) + " (the previous step's)");
-        now = t;
-      }
-      if (item.value().size() != (item.find("at") ? 2u : 1u)) {
-        item.fail(
-            "one action: start, stop, stop_all, wqe_profile_init, set_wqe_profile, "
-            "create_default_profile, wifi, wlan_config, scan_ready or advance");
-      }
-      for (const auto& [key, value] : item.members("a step")) {
-        if (key == "at") continue;
-        ScenarioStep step = action(key, value, now);
-        step.name = key;
-        now = step.at = step.action == StepAction::kAdvance ? now + advanceBy(value) : now;
-        out.push_back(step);
-      }
-    }
-    return out;
-  }
-
-  long long advanceBy(const Node& n) { return n.integer(0, kLatestTime); }
-
-  ScenarioStep action(const std::string& key, const Node& n, long long now) {
-    if (key == "start") return start(n);
-    ScenarioStep step;
-    if (key == "stop") {
-      n.requireObject("a measurement stop {\"id\"}", {"client", "id"});
-      step.action = StepAction::kStop;
-      step.client = client(n);
-      step.stop.wifi_meas_id =
-          static_cast<uint32_t>(n.at("id", "the measurement id").integer(0, UINT32_MAX));
-    } else if (key == "stop_all" || key == "create_default_profile" || key == "scan_ready") {
-      n.requireObject("an object (optionally with the client)", {"client"});
-      step.action = key == "stop_all"     ? StepAction::kStopAll
-                    : key == "scan_ready" ? StepAction::kScanReady
-                                          : StepAction::kCreateDefaultProfile;
-      step.client = client(n);
-    } else if (key == "wqe_profile_init") {
-      step.action = StepAction::kWqeProfileInit;
-      profileInit(n, &step);
-    } else if (key == "set_wqe_profile") {
-      step.action = StepAction::kSetWqeProfile;
-      profileMask(n, &step);
-    } else if (key == "wifi") {
-      step.action = StepAction::kWifi;
-      const std::string state = n.text("\"on\" or \"off\"", 3);
-      if (state != "on" && state != "off") n.fail("\"on\" or \"off\"");
-      step.wifiOn = state == "on";
-    } else if (key == "wlan_config") {
-      step.action = StepAction::kWlanConfig;
-      wlanConfig(n, &step);
-    } else {
-      step.action = StepAction::kAdvance;
-      advanceBy(n);
-    }
-    step.at = now;
-    return step;
   }
 
   uint64_t mask64(const Node& n) {
@@ -426,106 +587,6 @@ class Loader {
     }
   }
 
-  void profileInit(const Node& n, ScenarioStep* step) {
-    n.requireObject("a profile init",
-                    {"client", "profile", "rssi_high_override", "rssi_low_override", "iccid"});
-    step->client = client(n);
-    dsd_wqe_profile_init_ind_msg_v01& ind = step->profileInit;
-    std::memset(&ind, 0, sizeof ind);
-    ind.profile_type =
-        static_cast<uint32_t>(n.at("profile", "the profile number").integer(0, UINT32_MAX));
-    if (auto v = n.find("rssi_high_override")) {
-      ind.rssi_high_override_valid = 1;
-      ind.rssi_high_override = static_cast<int16_t>(v->integer(INT16_MIN, INT16_MAX));
-    }
-    if (auto v = n.find("rssi_low_override")) {
-      ind.rssi_low_override_valid = 1;
-      ind.rssi_low_override = static_cast<int16_t>(v->integer(INT16_MIN, INT16_MAX));
-    }
-    if (auto v = n.find("iccid")) {
-      const std::string what = "ICCID digits (at most 20)";
-      const std::string digits = v->text(what, 2 * DSD_ICCID_MAX_V01);
-      if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos) {
-        v->fail(what);
-      }
-      ind.iccid_valid = 1;
-      // Packed BCD, low nibble first; an odd count ends with the filler nibble F.
-      for (std::size_t i = 0; i < digits.size(); ++i) {
-        const auto digit = static_cast<uint8_t>(digits[i] - '0');
-        ind.iccid[i / 2] |= (i % 2 == 0) ? digit : static_cast<uint8_t>(digit << 4);
-      }
-      if (digits.size() % 2 != 0) ind.iccid[digits.size() / 2] |= 0xF0;
-      ind.iccid_len = static_cast<uint32_t>((digits.size() + 1) / 2);
-    }
-  }
-
-  void profileMask(const Node& n, ScenarioStep* step) {
-    n.requireObject("a profile selection {\"profiles\"} or {\"mask\"}",
-                    {"client", "profiles", "mask"});
-    step->client = client(n);
-    auto list = n.find("profiles");
-    auto mask = n.find("mask");
-    if (list && mask) list->fail("profiles or mask, not both");
-    if (list) {
-      // Profile p is selected by bit p + 28.
-      for (const Node& p : list->elements("a list of profile numbers 4 to 35", 32)) {
-        step->profileMask.profile_mask |= uint64_t{1} << (p.integer(4, 35) + 28);
-      }
-    } else if (mask) {
-      step->profileMask.profile_mask = mask64(*mask);
-    } else {
-      n.at("profiles", "a list of profile numbers (or a raw mask)");
-    }
-  }
-
-  void wlanConfig(const Node& n, ScenarioStep* step) {
-    n.requireObject("a WLAN configuration",
-                    {"to", "netType", "ipv4Address", "ipv6Address", "linkFlag", "enabled",
-                     "bssidText", "ssidText", "dns1Ipv4", "dns2Ipv4", "dns1Ipv6", "dns2Ipv6",
-                     "connState", "resultReason", "fullConnection", "locationCountryCode"});
-    CasWlanNetConfigType& c = step->config;
-    std::memset(&c, 0, sizeof c);
-    if (auto to = n.find("to")) {
-      const std::string target = to->text("\"default\" or a registration name", 64);
-      step->configTarget = target == "default" ? std::string() : target;
-    }
-    const Node type = n.at("netType", "\"station\", \"softap\", \"p2p\" or a number");
-    if (type.value().is_string()) {
-      const std::string kind = type.value().get<std::string>();
-      if (kind == "station") {
-        c.netType = CAS_NET_TYPE_STATION;
-      } else if (kind == "softap") {
-        c.netType = CAS_NET_TYPE_SOFTAP;
-      } else if (kind == "p2p") {
-        c.netType = CAS_NET_TYPE_P2P;
-      } else {
-        type.fail("\"station\", \"softap\", \"p2p\" or a number");
-      }
-    } else {
-      c.netType = static_cast<int32_t>(type.integer(INT32_MIN, INT32_MAX));
-    }
-    if (auto v = n.find("ipv4Address")) c.ipv4Address = ipv4(*v);
-    if (auto v = n.find("ipv6Address")) ipv6(*v, c.ipv6Address);
-    if (auto v = n.find("linkFlag")) c.linkFlag = v->flag() ? 1 : 0;
-    if (auto v = n.find("enabled")) c.enabled = v->flag() ? 1 : 0;
-    if (auto v = n.find("bssidText")) copyText(*v, c.bssidText, sizeof c.bssidText - 1);
-    if (auto v = n.find("ssidText")) copyText(*v, c.ssidText, sizeof c.ssidText - 1);
-    if (auto v = n.find("dns1Ipv4")) c.dns1Ipv4 = ipv4(*v);
-    if (auto v = n.find("dns2Ipv4")) c.dns2Ipv4 = ipv4(*v);
-    if (auto v = n.find("dns1Ipv6")) ipv6(*v, c.dns1Ipv6);
-    if (auto v = n.find("dns2Ipv6")) ipv6(*v, c.dns2Ipv6);
-    if (auto v = n.find("connState"))
-      c.connState = static_cast<int32_t>(v->integer(INT32_MIN, INT32_MAX));
-    if (auto v = n.find("resultReason")) {
-      c.resultReason = static_cast<int32_t>(v->integer(INT32_MIN, INT32_MAX));
-    }
-    if (auto v = n.find("fullConnection")) c.fullConnection = v->flag() ? 1 : 0;
-    if (auto v = n.find("locationCountryCode")) {
-      const std::string code = v->text("a country code of at most 2 letters", 2);
-      std::memcpy(c.locationCountryCode, code.data(), code.size());
-    }
-  }
-
   // Kept in network byte order, as the engine delivers it.
   uint32_t ipv4(const Node& n) {
     in_addr address{};
@@ -565,9 +626,256 @@ class Loader {
 
   std::string name_;
   std::string baseDir_;
+  std::size_t textBytes_ = 0;
 };
 
+// Every action a step can take. The step's allowed keys, the "one action" error and the
+// action names the runner prints all come from here.
+const StepKind kStepKinds[] = {
+    {"start", StepAction::kStart, &Loader::readStart},
+    {"stop", StepAction::kStop, &Loader::readStop},
+    {"stop_all", StepAction::kStopAll, &Loader::readClientOnly},
+    {"wqe_profile_init", StepAction::kWqeProfileInit, &Loader::readProfileInit},
+    {"set_wqe_profile", StepAction::kSetWqeProfile, &Loader::readProfileMask},
+    {"create_default_profile", StepAction::kCreateDefaultProfile, &Loader::readClientOnly},
+    {"wifi", StepAction::kWifi, &Loader::readWifi},
+    {"wlan_config", StepAction::kWlanConfig, &Loader::readWlanConfig},
+    {"scan_ready", StepAction::kScanReady, &Loader::readClientOnly},
+    {"advance", StepAction::kAdvance, &Loader::readAdvance},
+};
+
+std::vector<ScenarioStep> Loader::steps(const Node& n) {
+  static const std::vector<const char*> stepKeys = [] {
+    std::vector<const char*> keys{"at"};
+    for (const StepKind& kind : kStepKinds) keys.push_back(kind.key);
+    return keys;
+  }();
+  static const std::string oneAction = [] {
+    std::string text = "one action: ";
+    const std::size_t count = std::size(kStepKinds);
+    for (std::size_t i = 0; i < count; ++i) {
+      text += std::string(i == 0 ? "" : i + 1 == count ? " or " : ", ") + kStepKinds[i].key;
+    }
+    return text;
+  }();
+
+  std::vector<ScenarioStep> out;
+  const auto items =
+      n.elements("a list of at most " + std::to_string(limits::kSteps) + " steps", limits::kSteps);
+  out.reserve(items.size());
+  long long now = 0;
+  for (const Node& item : items) {
+    item.requireKeys("a step", stepKeys.data(), stepKeys.data() + stepKeys.size());
+    const auto at = item.find("at");
+    if (at) {
+      const long long t = at->integer(0, kLatestTime);
+      if (t < now) at->fail("a time at or after " + std::to_string(now) + " (the previous step's)");
+      now = t;
+    }
+    if (item.value().size() != (at ? 2u : 1u)) item.fail(oneAction);
+    for (const StepKind& kind : kStepKinds) {
+      const auto value = item.find(kind.key);
+      if (!value) continue;
+      ScenarioStep step;
+      step.at = now;
+      step.action = kind.action;
+      (this->*kind.read)(*value, &step);
+      now = step.at;
+      out.push_back(std::move(step));
+    }
+  }
+  return out;
+}
+
+void Loader::readStart(const Node& n, ScenarioStep* step) {
+  n.requireObject("a measurement start", {"client", "id", "quantities", "mask", "networks",
+                                          "sampling_interval", "reporting_interval", "alpha"});
+  step->client = client(n);
+  dsd_start_wifi_meas_ind_msg_v01 ind;
+  std::memset(&ind, 0, sizeof ind);
+  ind.wifi_meas_id = static_cast<uint32_t>(n.at("id", "the measurement id").integer(0, UINT32_MAX));
+  if (auto q = n.find("quantities")) {
+    if (n.find("mask")) throw ScenarioError(name_, q->path(), "give quantities or mask, not both");
+    for (const Node& item : q->elements("a list of \"rssi\" and \"bss_load\"", 2)) {
+      const std::string name = item.text("\"rssi\" or \"bss_load\"", 16);
+      if (name == "rssi") {
+        ind.meas_param_mask |= DSD_WIFI_MEAS_PARAM_RSSI_V01;
+      } else if (name == "bss_load") {
+        ind.meas_param_mask |= DSD_WIFI_MEAS_PARAM_BSS_LOAD_V01;
+      } else {
+        item.fail("\"rssi\" or \"bss_load\"");
+      }
+    }
+  } else {
+    ind.meas_param_mask = mask64(n.at("mask", "quantities (or a raw mask)"));
+  }
+  if (auto list = n.find("networks")) {
+    ind.wifi_ident_valid = 1;
+    const auto networks = list->elements("a list of at most 8 networks", DSD_WIFI_IDENT_MAX_V01);
+    ind.wifi_ident_len = static_cast<uint32_t>(networks.size());
+    for (std::size_t i = 0; i < networks.size(); ++i) network(networks[i], &ind.wifi_ident[i]);
+  }
+  if (auto v = n.find("sampling_interval")) {
+    ind.sampling_interval_valid = 1;
+    ind.sampling_interval = static_cast<int32_t>(v->integer(INT32_MIN, INT32_MAX));
+  }
+  if (auto v = n.find("reporting_interval")) {
+    ind.reporting_interval_valid = 1;
+    ind.reporting_interval = static_cast<int32_t>(v->integer(INT32_MIN, INT32_MAX));
+  }
+  if (auto v = n.find("alpha")) {
+    ind.alpha_valid = 1;
+    ind.alpha = v->real32();
+  }
+  step->record = PackedRecord(ind);
+}
+
+void Loader::readProfileInit(const Node& n, ScenarioStep* step) {
+  n.requireObject("a profile init",
+                  {"client", "profile", "rssi_high_override", "rssi_low_override", "iccid"});
+  step->client = client(n);
+  dsd_wqe_profile_init_ind_msg_v01 ind;
+  std::memset(&ind, 0, sizeof ind);
+  ind.profile_type =
+      static_cast<uint32_t>(n.at("profile", "the profile number").integer(0, UINT32_MAX));
+  if (auto v = n.find("rssi_high_override")) {
+    ind.rssi_high_override_valid = 1;
+    ind.rssi_high_override = static_cast<int16_t>(v->integer(INT16_MIN, INT16_MAX));
+  }
+  if (auto v = n.find("rssi_low_override")) {
+    ind.rssi_low_override_valid = 1;
+    ind.rssi_low_override = static_cast<int16_t>(v->integer(INT16_MIN, INT16_MAX));
+  }
+  if (auto v = n.find("iccid")) {
+    const std::string what = "ICCID digits (at most 20)";
+    const std::string digits = v->text(what, 2 * DSD_ICCID_MAX_V01);
+    if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos) {
+      v->fail(what);
+    }
+    ind.iccid_valid = 1;
+    // Packed BCD, low nibble first; an odd count ends with the filler nibble F.
+    for (std::size_t i = 0; i < digits.size(); ++i) {
+      const auto digit = static_cast<uint8_t>(digits[i] - '0');
+      ind.iccid[i / 2] |= (i % 2 == 0) ? digit : static_cast<uint8_t>(digit << 4);
+    }
+    if (digits.size() % 2 != 0) ind.iccid[digits.size() / 2] |= 0xF0;
+    ind.iccid_len = static_cast<uint32_t>((digits.size() + 1) / 2);
+  }
+  step->record = PackedRecord(ind);
+}
+
+void Loader::readProfileMask(const Node& n, ScenarioStep* step) {
+  n.requireObject("a profile selection {\"profiles\"} or {\"mask\"}",
+                  {"client", "profiles", "mask"});
+  step->client = client(n);
+  dsd_wqe_profile_type_ind_msg_v01 ind{};
+  auto list = n.find("profiles");
+  auto mask = n.find("mask");
+  if (list && mask) list->fail("profiles or mask, not both");
+  if (list) {
+    // Profile p is selected by bit p + 28.
+    for (const Node& p : list->elements("a list of profile numbers 4 to 35", 32)) {
+      ind.profile_mask |= uint64_t{1} << (p.integer(4, 35) + 28);
+    }
+  } else if (mask) {
+    ind.profile_mask = mask64(*mask);
+  } else {
+    n.at("profiles", "a list of profile numbers (or a raw mask)");
+  }
+  step->record = PackedRecord(ind);
+}
+
+void Loader::readWlanConfig(const Node& n, ScenarioStep* step) {
+  n.requireObject("a WLAN configuration",
+                  {"to", "netType", "ipv4Address", "ipv6Address", "linkFlag", "enabled",
+                   "bssidText", "ssidText", "dns1Ipv4", "dns2Ipv4", "dns1Ipv6", "dns2Ipv6",
+                   "connState", "resultReason", "fullConnection", "locationCountryCode"});
+  CasWlanNetConfigType c;
+  std::memset(&c, 0, sizeof c);
+  if (auto to = n.find("to")) {
+    const std::string target = to->text("\"default\" or a registration name", 64);
+    step->configTarget = target == "default" ? std::string() : target;
+  }
+  const Node type = n.at("netType", "\"station\", \"softap\", \"p2p\" or a number");
+  if (type.value().is_string()) {
+    const std::string kind = type.value().get<std::string>();
+    if (kind == "station") {
+      c.netType = CAS_NET_TYPE_STATION;
+    } else if (kind == "softap") {
+      c.netType = CAS_NET_TYPE_SOFTAP;
+    } else if (kind == "p2p") {
+      c.netType = CAS_NET_TYPE_P2P;
+    } else {
+      type.fail("\"station\", \"softap\", \"p2p\" or a number");
+    }
+  } else {
+    c.netType = static_cast<int32_t>(type.integer(INT32_MIN, INT32_MAX));
+  }
+  if (auto v = n.find("ipv4Address")) c.ipv4Address = ipv4(*v);
+  if (auto v = n.find("ipv6Address")) ipv6(*v, c.ipv6Address);
+  if (auto v = n.find("linkFlag")) c.linkFlag = v->flag() ? 1 : 0;
+  if (auto v = n.find("enabled")) c.enabled = v->flag() ? 1 : 0;
+  if (auto v = n.find("bssidText")) copyText(*v, c.bssidText, sizeof c.bssidText - 1);
+  if (auto v = n.find("ssidText")) copyText(*v, c.ssidText, sizeof c.ssidText - 1);
+  if (auto v = n.find("dns1Ipv4")) c.dns1Ipv4 = ipv4(*v);
+  if (auto v = n.find("dns2Ipv4")) c.dns2Ipv4 = ipv4(*v);
+  if (auto v = n.find("dns1Ipv6")) ipv6(*v, c.dns1Ipv6);
+  if (auto v = n.find("dns2Ipv6")) ipv6(*v, c.dns2Ipv6);
+  if (auto v = n.find("connState"))
+    c.connState = static_cast<int32_t>(v->integer(INT32_MIN, INT32_MAX));
+  if (auto v = n.find("resultReason")) {
+    c.resultReason = static_cast<int32_t>(v->integer(INT32_MIN, INT32_MAX));
+  }
+  if (auto v = n.find("fullConnection")) c.fullConnection = v->flag() ? 1 : 0;
+  if (auto v = n.find("locationCountryCode")) {
+    const std::string code = v->text("a country code of at most 2 letters", 2);
+    std::memcpy(c.locationCountryCode, code.data(), code.size());
+  }
+  step->record = PackedRecord(c);
+}
+
 }  // namespace
+
+void PackedRecord::pack(const uint8_t* bytes, std::size_t size) {
+  const auto put16 = [this](std::size_t v) {
+    runs_.push_back(static_cast<uint8_t>(v & 0xFF));
+    runs_.push_back(static_cast<uint8_t>(v >> 8));
+  };
+  for (std::size_t i = 0; i < size;) {
+    if (bytes[i] == 0) {
+      ++i;
+      continue;
+    }
+    // A run goes on across fewer zero bytes than a new run's header would cost.
+    std::size_t end = i + 1;
+    for (std::size_t j = end; j < size && j < end + 4; ++j) {
+      if (bytes[j] != 0) end = j + 1;
+    }
+    put16(i);
+    put16(end - i);
+    runs_.insert(runs_.end(), bytes + i, bytes + end);
+    i = end;
+  }
+  runs_.shrink_to_fit();
+}
+
+void PackedRecord::unpackInto(uint8_t* bytes, std::size_t size) const {
+  std::memset(bytes, 0, size);
+  for (std::size_t i = 0; i + 4 <= runs_.size();) {
+    const std::size_t offset = runs_[i] | static_cast<std::size_t>(runs_[i + 1]) << 8;
+    const std::size_t length = runs_[i + 2] | static_cast<std::size_t>(runs_[i + 3]) << 8;
+    i += 4;
+    if (offset < size) std::memcpy(bytes + offset, &runs_[i], std::min(length, size - offset));
+    i += length;
+  }
+}
+
+const char* ScenarioStep::name() const {
+  for (const StepKind& kind : kStepKinds) {
+    if (kind.action == action) return kind.key;
+  }
+  return "";
+}
 
 Scenario parseScenario(const std::string& text, const std::string& name,
                        const std::string& baseDir) {
@@ -575,35 +883,36 @@ Scenario parseScenario(const std::string& text, const std::string& name,
 }
 
 Scenario loadScenario(const std::string& path) {
-  bool ok = false;
-  const std::string text = readFile(path, &ok);
-  if (!ok) throw ScenarioError(path, "", "cannot read the file");
+  std::string text;
+  const std::string problem = readRegularFile(path, limits::kFileBytes, &text);
+  if (!problem.empty()) throw ScenarioError(path, "", "cannot read the file: " + problem);
   const std::size_t slash = path.rfind('/');
   return parseScenario(text, path, slash == std::string::npos ? "." : path.substr(0, slash));
 }
 
 ScenarioStep measurementStep(const MeasurementOptions& options) {
   // The command line speaks the scenario's language: build the same JSON and load it.
-  Json start{{"id", options.id}};
-  Json quantities = Json::array({"rssi"});
+  Tree start{{"id", options.id}};
+  Tree quantities = Tree::array({"rssi"});
   if (options.bssLoad) quantities.push_back("bss_load");
   start["quantities"] = quantities;
-  Json channels = Json::array();
+  Tree channels = Tree::array();
   for (uint16_t c : options.channels) channels.push_back(c);
   if (channels.empty()) channels.push_back(DSD_WIFI_CHANNEL_ANY_V01);
-  Json bssids = Json::array();
+  Tree bssids = Tree::array();
   for (const std::string& b : options.bssids)
-    bssids.push_back(Json{{"bssid", b}, {"channels", channels}});
+    bssids.push_back(Tree{{"bssid", b}, {"channels", channels}});
   if (bssids.empty())
-    bssids.push_back(Json{{"bssid", "ff:ff:ff:ff:ff:ff"}, {"channels", channels}});
-  start["networks"] = Json::array({Json{{"ssid", options.ssid}, {"bssids", bssids}}});
+    bssids.push_back(Tree{{"bssid", "ff:ff:ff:ff:ff:ff"}, {"channels", channels}});
+  start["networks"] = Tree::array({Tree{{"ssid", options.ssid}, {"bssids", bssids}}});
   if (options.samplingInterval) start["sampling_interval"] = *options.samplingInterval;
   if (options.reportingInterval) start["reporting_interval"] = *options.reportingInterval;
   if (options.alpha) start["alpha"] = *options.alpha;
   const std::string name = "command line";
   try {
-    ScenarioStep step = Loader(name, "").start(Node(start, "", name));
-    step.name = "start";
+    ScenarioStep step;
+    step.action = StepAction::kStart;
+    Loader(name, "").readStart(Node(start, "", name), &step);
     return step;
   } catch (const ScenarioError& e) {
     // Name the option rather than the JSON built from it.

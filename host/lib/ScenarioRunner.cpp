@@ -27,7 +27,7 @@ void applyPeers(Host& host, const ScenarioPeers& peers) {
 
 void StepPerformer::perform(const ScenarioStep& step) {
   if (step.action == StepAction::kAdvance) return;
-  Json record{{"action", step.name}};
+  Json record{{"action", step.name()}};
   NexMdxDsd& client = host_.client(step.client);
   const bool usesClient = step.action != StepAction::kWifi &&
                           step.action != StepAction::kWlanConfig &&
@@ -38,16 +38,16 @@ void StepPerformer::perform(const ScenarioStep& step) {
   }
   switch (step.action) {
     case StepAction::kStart:
-      record["indication"] = decode(step.start);
+      record["indication"] = decode(step.start());
       break;
     case StepAction::kStop:
-      record["indication"] = decode(step.stop);
+      record["indication"] = decode(step.stop());
       break;
     case StepAction::kWqeProfileInit:
-      record["indication"] = decode(step.profileInit);
+      record["indication"] = decode(step.profileInit());
       break;
     case StepAction::kSetWqeProfile:
-      record["indication"] = decode(step.profileMask);
+      record["indication"] = decode(step.profileMask());
       break;
     case StepAction::kWifi:
       record["on"] = step.wifiOn;
@@ -56,7 +56,7 @@ void StepPerformer::perform(const ScenarioStep& step) {
       record["to"] = !step.configTarget           ? Json("all")
                      : step.configTarget->empty() ? Json("default")
                                                   : Json(*step.configTarget);
-      record["config"] = decode(step.config);
+      record["config"] = decode(step.config());
       break;
     default:
       break;
@@ -66,15 +66,15 @@ void StepPerformer::perform(const ScenarioStep& step) {
   // The plug-in may keep or change what it is handed: give it copies.
   switch (step.action) {
     case StepAction::kStart: {
-      dsd_start_wifi_meas_ind_msg_v01 ind = step.start;
+      dsd_start_wifi_meas_ind_msg_v01 ind = step.start();
       const bool accepted = manager_.startWifiMeasurement(&client, ind);
       host_.trace.record("result", Json{{"operation", "startWifiMeasurement"},
-                                        {"wifi_meas_id", step.start.wifi_meas_id},
+                                        {"wifi_meas_id", step.start().wifi_meas_id},
                                         {"accepted", accepted}});
       break;
     }
     case StepAction::kStop: {
-      dsd_stop_wifi_meas_ind_msg_v01 ind = step.stop;
+      dsd_stop_wifi_meas_ind_msg_v01 ind = step.stop();
       manager_.stopWifiMeasurement(&client, ind);
       break;
     }
@@ -82,12 +82,12 @@ void StepPerformer::perform(const ScenarioStep& step) {
       manager_.stopAllRequests(&client);
       break;
     case StepAction::kWqeProfileInit: {
-      dsd_wqe_profile_init_ind_msg_v01 ind = step.profileInit;
+      dsd_wqe_profile_init_ind_msg_v01 ind = step.profileInit();
       manager_.wqeProfileInit(&client, ind);
       break;
     }
     case StepAction::kSetWqeProfile: {
-      dsd_wqe_profile_type_ind_msg_v01 ind = step.profileMask;
+      dsd_wqe_profile_type_ind_msg_v01 ind = step.profileMask();
       manager_.setWqeProfile(&client, ind);
       break;
     }
@@ -98,7 +98,7 @@ void StepPerformer::perform(const ScenarioStep& step) {
       host_.engine.setWifiState(step.wifiOn);
       break;
     case StepAction::kWlanConfig:
-      host_.engine.deliverConfig(step.config, step.configTarget);
+      host_.engine.deliverConfig(step.config(), step.configTarget);
       break;
     case StepAction::kScanReady:
       host_.supplicantBackend().fireScanReady();
@@ -117,7 +117,6 @@ void StepPerformer::stopEverything() {
   for (int c : clientsUsed_) {
     ScenarioStep step;
     step.action = StepAction::kStopAll;
-    step.name = "stop_all";
     step.client = c;
     perform(step);
   }

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Exit codes and error messages of nexhost: 2 for an invalid scenario or command line
-# (nothing runs), 1 for an unreachable supplicant.
+# (nothing runs, one line on stderr), 1 for an unreachable supplicant.
 set -uo pipefail
 nexhost=$1
 data=$2
@@ -11,12 +11,15 @@ expect() {  # expect CODE STDERR-FRAGMENT -- ARGS...
   shift 3
   local out err
   out=$(mktemp) err=$(mktemp)
-  "$nexhost" "$@" >"$out" 2>"$err"
+  timeout 20 "$nexhost" "$@" >"$out" 2>"$err"
   local got=$?
   [ "$got" -eq "$code" ] || fail "nexhost $*: exit $got, expected $code ($(cat "$err"))"
   grep -qF -- "$fragment" "$err" || fail "nexhost $*: stderr lacks '$fragment': $(cat "$err")"
   if [ "$code" -eq 2 ]; then
     [ ! -s "$out" ] || fail "nexhost $*: printed output although nothing may run"
+    if grep -q "invalid scenario" "$err"; then
+      [ "$(wc -l <"$err")" -eq 1 ] || fail "nexhost $*: more than one line: $(cat "$err")"
+    fi
   fi
   rm -f "$out" "$err"
 }
@@ -35,4 +38,18 @@ expect 2 "cannot write the report /tmp/nexhost-no-such-dir/r.html" -- \
 expect 2 "invalid run: $data/bad-syntax.json:1: not JSON" -- \
   report "$data/bad-syntax.json" -o /tmp/nexhost-report-$$.html
 [ ! -e /tmp/nexhost-report-$$.html ] || fail "a refused run left its report behind"
+
+# Hostile files: refused in one line, never an abort or a hang.
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+echo '{"steps": [{"advance": 1e400}]}' >"$scratch/huge-number.json"
+mkfifo "$scratch/fifo"
+echo '{"peers": {"supplicant": {"sta": {"STATUS": {"reply_file": "fifo"}}}}, "steps": []}' \
+  >"$scratch/fifo-reply.json"
+expect 2 "huge-number.json: line 1, column 24: expected a number from -1.8e308 to 1.8e308, got 1e400" -- \
+  run "$scratch/huge-number.json"
+expect 2 "huge-number.json: line 1, column 24" -- live --scenario "$scratch/huge-number.json"
+expect 2 "$scratch: cannot read the file: not a regular file (a directory)" -- run "$scratch"
+expect 2 "peers.supplicant.sta.STATUS.reply_file: expected a readable regular file" -- \
+  run "$scratch/fifo-reply.json"
 echo "exit codes ok"
