@@ -41,9 +41,15 @@ bool isIdentifier(const std::string& key) {
   return true;
 }
 
+// A text as a JSON string, whatever its bytes: errors stay on one line.
+std::string quoted(const std::string& text) {
+  return Tree(text).dump(-1, ' ', false, Tree::error_handler_t::replace);
+}
+
+// A key longer than an error shows is cut there too: keys can be as long as the file.
 std::string childPath(const std::string& path, const std::string& key) {
-  if (!isIdentifier(key))
-    return path + "[" + Tree(key).dump(-1, ' ', false, Tree::error_handler_t::replace) + "]";
+  if (key.size() > kPreviewChars) return childPath(path, key.substr(0, kPreviewChars - 3) + "...");
+  if (!isIdentifier(key)) return path + "[" + quoted(key) + "]";
   return path.empty() ? key : path + "." + key;
 }
 
@@ -54,18 +60,15 @@ std::string indexPath(const std::string& path, std::size_t index) {
 // A value as compact JSON, rendered only as far as an error shows it: a rejected value may
 // be megabytes long. Recursion is bounded by the tree's depth limit.
 void renderPreview(const Tree& value, std::string* out) {
-  const auto quoted = [](const std::string& text) {
-    return Tree(text.substr(0, kPreviewChars)).dump(-1, ' ', false, Tree::error_handler_t::replace);
-  };
   if (value.is_string()) {
-    *out += quoted(value.get_ref<const std::string&>());
+    *out += quoted(value.get_ref<const std::string&>().substr(0, kPreviewChars));
   } else if (value.is_array() || value.is_object()) {
     *out += value.is_array() ? '[' : '{';
     bool first = true;
     for (auto it = value.begin(); it != value.end() && out->size() <= kPreviewChars; ++it) {
       if (!first) *out += ',';
       first = false;
-      if (value.is_object()) *out += quoted(it.key()) + ":";
+      if (value.is_object()) *out += quoted(it.key().substr(0, kPreviewChars)) + ":";
       renderPreview(*it, out);
     }
     *out += value.is_array() ? ']' : '}';
@@ -140,9 +143,9 @@ class TreeBuilder : public nlohmann::json_sax<Tree> {
     if (syntax != std::string::npos) what = what.substr(syntax);
     // The parser quotes the whole token it stopped in, which may be the rest of the file.
     const std::string marker = "; last read: '";
-    const std::size_t quoted = what.find(marker);
-    if (quoted != std::string::npos && token.size() > kPreviewChars) {
-      what.replace(quoted + marker.size(), token.size(), shortened(token));
+    const std::size_t lastRead = what.find(marker);
+    if (lastRead != std::string::npos && token.size() > kPreviewChars) {
+      what.replace(lastRead + marker.size(), token.size(), shortened(token));
     }
     return refuse("", placeOf(text_, position == 0 ? 0 : position - 1) + ": expected valid JSON (" +
                           what + ")");
@@ -455,8 +458,8 @@ class Loader {
     std::string text;
     const std::string problem = readRegularFile(path, limits::kTextBytes, &text);
     if (!problem.empty()) {
-      n.fail("a readable regular file of at most " + mebibytes(limits::kTextBytes) + " (" + path +
-             ": " + problem + ")");
+      n.fail("a readable regular file of at most " + mebibytes(limits::kTextBytes) + " (" +
+             quoted(path) + ": " + problem + ")");
     }
     return checkedText(n, std::move(text));
   }
