@@ -156,7 +156,6 @@ int reportCommand(const std::string& input, const std::string& output) {
       !nexhost::addJsonLines(input == "-" ? std::cin : file,
                              input == "-" ? "standard input" : input, &report->report(), &error)) {
     report.reset();
-    std::remove(output.c_str());
     std::fprintf(stderr, "nexhost: invalid run: %s\n", error.c_str());
     return kExitUsage;
   }

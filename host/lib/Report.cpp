@@ -469,8 +469,11 @@ std::unique_ptr<ReportFile> ReportFile::open(const std::string& path, std::strin
   return std::unique_ptr<ReportFile>(new ReportFile(file, path, std::move(source)));
 }
 
+// A run that never got going leaves no empty report behind.
 ReportFile::~ReportFile() {
-  if (file_ != nullptr) std::fclose(file_);
+  if (file_ == nullptr) return;
+  std::fclose(file_);
+  std::remove(path_.c_str());
 }
 
 bool ReportFile::write(std::string* error) {

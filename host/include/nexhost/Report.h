@@ -115,7 +115,8 @@ class RunReport {
 };
 
 // A report for a file: opened before the run, so that a path that cannot be written is
-// refused before anything runs; fed every event; written when the run ends.
+// refused before anything runs; fed every event; written when the run ends. Destroyed
+// unwritten, it removes the file.
 class ReportFile {
  public:
   static std::unique_ptr<ReportFile> open(const std::string& path, std::string source,
