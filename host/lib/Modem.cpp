@@ -91,6 +91,30 @@ std::string printableBytes(const char* bytes, std::size_t size) {
   return out;
 }
 
+std::optional<std::string> bytesFromEscaped(const std::string& text) {
+  const auto hexDigit = [](char c) -> int {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+  };
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '\\') {
+      out.push_back(text[i]);
+      continue;
+    }
+    if (i + 3 >= text.size() || text[i + 1] != 'x') return std::nullopt;
+    const int high = hexDigit(text[i + 2]);
+    const int low = hexDigit(text[i + 3]);
+    if (high < 0 || low < 0) return std::nullopt;
+    out.push_back(static_cast<char>(high << 4 | low));
+    i += 3;
+  }
+  return out;
+}
+
 Json decode(const dsd_wifi_meas_report_req_msg_v01& r) {
   Json j;
   j["wifi_meas_id"] = r.wifi_meas_id;

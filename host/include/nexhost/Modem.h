@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -64,5 +65,8 @@ Json decode(const CasWlanNetConfigType& config);
 std::string macText(const uint8_t* mac);
 // Bytes as text; anything outside printable ASCII (and the backslash) as \xNN.
 std::string printableBytes(const char* bytes, std::size_t size);
+// The bytes of such a text: \xNN (either hex case) is that byte, every other character
+// stands for itself. Empty when a backslash is not followed by x and two hex digits.
+std::optional<std::string> bytesFromEscaped(const std::string& text);
 
 }  // namespace nexhost
