@@ -72,6 +72,8 @@ void renderPreview(const Tree& value, std::string* out) {
       renderPreview(*it, out);
     }
     *out += value.is_array() ? ']' : '}';
+  } else if (value.is_number_float() && !std::isfinite(value.get<double>())) {
+    *out += std::to_string(value.get<double>());  // "inf": JSON has no word for it
   } else {
     *out += value.dump();
   }
