@@ -31,7 +31,7 @@ class WifiInfoProvider {
   WifiStatus getSTAStatus();
   WifiStatus getP2pStatus();
   WifiStatus getAPStatus();
-  BssLoad getBssLoadInfo(std::string bssid);
+  BssLoad getBssLoadInfo(const std::string& bssid);
 
  private:
   WifiInfoProvider() = default;

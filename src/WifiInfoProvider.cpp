@@ -186,7 +186,7 @@ WifiStatus WifiInfoProvider::getAPStatus() {
   return status;
 }
 
-BssLoad WifiInfoProvider::getBssLoadInfo(std::string bssid) {
+BssLoad WifiInfoProvider::getBssLoadInfo(const std::string& bssid) {
   std::string command;
   if (!bssid.empty()) command = "BSS " + bssid;  // an empty BSSID sends an empty command
   BssLoad load = {};

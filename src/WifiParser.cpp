@@ -31,7 +31,7 @@ constexpr int32_t kMode11n = 5;
 constexpr int32_t kMode11ac = 7;
 constexpr int32_t kOfdmRate = 24000000;  // bit/s; below it only 802.11b rates
 
-// A private, writable copy of a reply for strtok_r, freed on every path.
+// A private, writable copy of a reply, split in place, freed on every path.
 class ReplyCopy {
  public:
   explicit ReplyCopy(const char* text) {
@@ -48,14 +48,41 @@ class ReplyCopy {
   char* data_ = nullptr;
 };
 
+template <std::size_t N>
+bool isSeparator(char c, const char (&separators)[N]) {
+  for (std::size_t i = 0; i + 1 < N; ++i) {
+    if (c == separators[i]) return true;
+  }
+  return false;
+}
+
+// strtok_r(text, separators, save), with the same results and the same state in *save.
+// Most tokens here start right away, so the separators (one or two) are tested inline
+// before the token's end is searched, rather than with a character-class scan of their
+// own as the library does on every call.
+template <std::size_t N>
+char* nextToken(char* text, const char (&separators)[N], char** save) {
+  char* start = text != nullptr ? text : *save;
+  while (*start != '\0' && isSeparator(*start, separators)) ++start;
+  if (*start == '\0') {
+    *save = start;
+    return nullptr;
+  }
+  char* end = start + std::strcspn(start, separators);
+  if (*end != '\0') *end++ = '\0';
+  *save = end;
+  return start;
+}
+
 // Calls handle(key, value) for each "key=value" line; value is null when the text ends
-// after the key. strtok_r skips empty fields, so an empty value takes the next line's key.
+// after the key. Empty fields are skipped, as strtok_r skips them, so an empty value takes
+// the next line's key.
 template <typename Handle>
 void forEachKeyValue(char* copy, Handle handle) {
   char* save = nullptr;
-  for (char* key = strtok_r(copy, "=", &save); key != nullptr;
-       key = strtok_r(nullptr, "=", &save)) {
-    char* value = strtok_r(nullptr, "=\n", &save);
+  for (char* key = nextToken(copy, "=", &save); key != nullptr;
+       key = nextToken(nullptr, "=", &save)) {
+    char* value = nextToken(nullptr, "=\n", &save);
     handle(key, value);
   }
 }
@@ -234,16 +261,16 @@ WifiScanResult WifiParser::parseScanData(const char* text) {
   for (const char* end = copy.get(); (end = std::strchr(end, '\n')) != nullptr; ++end) ++lines;
   result.reserve(lines);  // at most one a newline, the header's included
   char* save = nullptr;
-  strtok_r(copy.get(), "\n", &save);  // header
-  for (char* token = strtok_r(nullptr, "\t", &save); token != nullptr;
-       token = strtok_r(nullptr, "\t", &save)) {
+  nextToken(copy.get(), "\n", &save);  // header
+  for (char* token = nextToken(nullptr, "\t", &save); token != nullptr;
+       token = nextToken(nullptr, "\t", &save)) {
     bssid = token;
-    if (char* column = strtok_r(nullptr, "\t", &save)) freq = column;
-    if (char* column = strtok_r(nullptr, "\t", &save)) signal = toInt16(column);
-    strtok_r(nullptr, "\t", &save);  // flags
+    if (char* column = nextToken(nullptr, "\t", &save)) freq = column;
+    if (char* column = nextToken(nullptr, "\t", &save)) signal = toInt16(column);
+    nextToken(nullptr, "\t", &save);  // flags
     // An empty SSID column makes this take the next line's BSSID; the walk then stays out
     // of step, as wpa_supplicant's own line format allows no better.
-    if (char* column = strtok_r(nullptr, "\t\n", &save)) ssid = column;
+    if (char* column = nextToken(nullptr, "\t\n", &save)) ssid = column;
     result.addData(bssid, freq, signal, ssid);
   }
   return result;
