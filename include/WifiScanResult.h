@@ -213,6 +213,6 @@ class WifiScanResult {
 
   std::deque<StoredBss> lines_;  // a deque never moves what it holds
   ScanKeyArena keys_;
-  std::string keyScratch_;          // where a key is built before it is looked up or stored
+  std::string keyScratch_;          // where a key to look up is built
   std::vector<KeyedLine> matches_;  // one filter's lines, by ssid&bssid, first reached wins
 };
