@@ -166,6 +166,137 @@ int reportCommand(const std::string& input, const std::string& output) {
   return kExitOk;
 }
 
+// nexhost decode: modem records as hex, one per argument or line of standard input.
+constexpr std::size_t kMaxDecodeLineBytes = 64 * 1024;  // a start indication is 12,368 digits
+constexpr std::size_t kMaxDecodeRecords = 100000;
+
+struct DecodeOptions {
+  bool json = false;
+  std::string type;
+  std::vector<std::string> records;
+};
+
+std::string knownRecordTypes() {
+  std::string list;
+  for (const nexhost::RecordKind& kind : nexhost::recordKinds()) {
+    list += (list.empty() ? "" : ", ") + std::string(kind.type);
+  }
+  return list;
+}
+
+// For --help: each type with its size, one per line.
+std::string recordTypesTable() {
+  std::string table;
+  for (const nexhost::RecordKind& kind : nexhost::recordKinds()) {
+    char line[80];
+    std::snprintf(line, sizeof line, "  %-28s %5zu\n", kind.type, kind.size);
+    table += line;
+  }
+  return table;
+}
+
+// One record, "[TYPE:] HEX", decoded into a modem event; false with the reason otherwise.
+bool decodeRecord(const std::string& line, const std::string& defaultType, nexhost::Event* event,
+                  std::string* error) {
+  std::string type = defaultType;
+  std::string hex = line;
+  const std::size_t colon = line.find(':');
+  if (colon != std::string::npos) {
+    const std::size_t first = line.find_first_not_of(" \t");
+    const std::size_t last = line.find_last_not_of(" \t", colon - 1);
+    type = first < colon ? line.substr(first, last - first + 1) : "";
+    hex = line.substr(colon + 1);
+  }
+  const nexhost::RecordKind* kind = nullptr;
+  if (!type.empty()) {
+    kind = nexhost::recordKindNamed(type);
+    if (kind == nullptr) {
+      *error = "unknown record type \"" + nexhost::printableBytes(type) +
+               "\" (known: " + knownRecordTypes() + ")";
+      return false;
+    }
+  }
+  std::optional<std::vector<uint8_t>> bytes = nexhost::bytesFromHex(hex, error);
+  if (!bytes) return false;
+  if (kind == nullptr) {
+    kind = nexhost::recordKindOfSize(bytes->size());
+    if (kind == nullptr) {
+      *error = std::to_string(bytes->size()) +
+               " bytes is the size of no record; name its type with --type or TYPE:";
+      return false;
+    }
+  }
+  if (bytes->size() != kind->size) {
+    *error = std::to_string(bytes->size()) + " bytes, but a " + kind->type + " record is " +
+             std::to_string(kind->size) + " bytes";
+    return false;
+  }
+  event->time = 0;
+  event->kind = "modem";
+  event->data =
+      nexhost::Json{{"message", kind->type},
+                    {"fields", nexhost::decodeMessage(kind->type, bytes->data(), bytes->size())},
+                    {"bytes", nexhost::hexText(bytes->data(), bytes->size())}};
+  return true;
+}
+
+// The next line of `in` without its newline; false at the end. A line past `limit` bytes
+// sets `tooLong` (the rest of it is not read).
+bool readLine(std::FILE* in, std::size_t limit, std::string* line, bool* tooLong) {
+  line->clear();
+  *tooLong = false;
+  int c = 0;
+  while ((c = std::fgetc(in)) != EOF && c != '\n') {
+    if (line->size() == limit) {
+      *tooLong = true;
+      return true;
+    }
+    line->push_back(static_cast<char>(c));
+  }
+  return c != EOF || !line->empty();
+}
+
+int decodeCommand(const DecodeOptions& options) {
+  if (!options.type.empty() && nexhost::recordKindNamed(options.type) == nullptr) {
+    std::fprintf(stderr, "nexhost: --type: unknown record type \"%s\" (known: %s)\n",
+                 nexhost::printableBytes(options.type).c_str(), knownRecordTypes().c_str());
+    return kExitUsage;
+  }
+  nexhost::EventPrinter printer(stdout, options.json ? nexhost::EventPrinter::Format::kJsonLines
+                                                     : nexhost::EventPrinter::Format::kText);
+  std::size_t records = 0;
+  // Each input, named as an error names it; blank ones are skipped.
+  const auto decodeOne = [&](const std::string& input, const std::string& where) {
+    if (input.find_first_not_of(" \t\r") == std::string::npos) return true;
+    std::string error;
+    nexhost::Event event;
+    if (++records > kMaxDecodeRecords) {
+      error = "more than " + std::to_string(kMaxDecodeRecords) + " records";
+    } else if (decodeRecord(input, options.type, &event, &error)) {
+      printer.print(event);
+      return true;
+    }
+    std::fprintf(stderr, "nexhost: decode: %s: %s\n", where.c_str(), error.c_str());
+    return false;
+  };
+  for (std::size_t i = 0; i < options.records.size(); ++i) {
+    if (!decodeOne(options.records[i], "argument " + std::to_string(i + 1))) return kExitUsage;
+  }
+  if (!options.records.empty()) return kExitOk;
+  std::string line;
+  bool tooLong = false;
+  for (std::size_t n = 1; readLine(stdin, kMaxDecodeLineBytes, &line, &tooLong); ++n) {
+    const std::string where = "standard input line " + std::to_string(n);
+    if (tooLong) {
+      std::fprintf(stderr, "nexhost: decode: %s: longer than %zu bytes\n", where.c_str(),
+                   kMaxDecodeLineBytes);
+      return kExitUsage;
+    }
+    if (!decodeOne(line, where)) return kExitUsage;
+  }
+  return kExitOk;
+}
+
 bool startSession(nexhost::Host& host, const std::string& pluginPath, const OutputOptions& out,
                   Session* session) {
   session->printer = std::make_unique<nexhost::EventPrinter>(
@@ -364,6 +495,33 @@ int main(int argc, char** argv) {
       "\nThe same report as run --report gives. A line that is not an event is refused with\n"
       "exit code 2, naming the line.\n");
 
+  DecodeOptions decodeOptions;
+  CLI::App* decodeCmd = app.add_subcommand(
+      "decode", "Decode modem records given as hex, with the same output as a run's modem events.");
+  decodeCmd->add_option("RECORD", decodeOptions.records,
+                        "a record as hex, optionally prefixed TYPE: (default: one record per "
+                        "line of standard input)");
+  decodeCmd->add_option("--type", decodeOptions.type,
+                        "the records' type, when a line has no TYPE: prefix");
+  decodeCmd->add_flag("--json", decodeOptions.json,
+                      "JSON Lines: one modem event per record, as run --json prints it");
+  decodeCmd->footer(
+      "\nExamples:\n"
+      "  nexhost decode stop:07000000\n"
+      "  nexhost decode --type wqe_profile_quality_status < records.txt\n"
+      "  nexhost run --json --only modem examples/connected-rssi.json | jq -r .bytes \\\n"
+      "    | nexhost decode --json\n"
+      "\nA record is hex digits in pairs, either case, with spaces or tabs allowed between\n"
+      "pairs (as a modem log prints it). Its type is, in this order: the line's TYPE: prefix,\n"
+      "--type, or the one type whose records have the record's length.\n"
+      "Types and their sizes in bytes:\n" +
+      recordTypesTable() +
+      "Texts print in the one escape form of every nexhost output: bytes outside printable\n"
+      "ASCII, and the backslash, as \\xNN.\n"
+      "\nBad hex, an unknown type or a length that is not the type's size stops with one line\n"
+      "naming the argument or input line, and exit code 2. At most 100,000 records, each line\n"
+      "at most 64 KiB.\n");
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {
@@ -376,5 +534,6 @@ int main(int argc, char** argv) {
   }
   if (run->parsed()) return runCommand(pluginPath, scenarioFile, runOutput);
   if (reportCmd->parsed()) return reportCommand(reportInput, reportOutput);
+  if (decodeCmd->parsed()) return decodeCommand(decodeOptions);
   return liveCommand(pluginPath, live, liveOutput);
 }

@@ -108,7 +108,9 @@ std::string summary(const Event& e, const Json** details) {
   *details = nullptr;
   if (e.kind == "modem") {
     *details = d.contains("fields") ? &d["fields"] : nullptr;
-    return d.value("message", "") + "  client " + dumpJson(d.value("client", Json(0)));
+    std::string text = d.value("message", "");
+    if (d.contains("client")) text += "  client " + dumpJson(d["client"]);
+    return text;
   }
   if (e.kind == "step") {
     std::string text = d.value("action", "");

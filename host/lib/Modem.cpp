@@ -17,10 +17,9 @@ Record load(const uint8_t* bytes, std::size_t size) {
 std::string ipv6Text(const uint8_t* bytes) {
   char text[40];
   std::snprintf(text, sizeof text,
-                "%02x%02x:%02x%02x:%02x%02x:%02x%02x:%02x%02x:%02x%02x:%02x%02x:%02x%02x",
-                bytes[0], bytes[1], bytes[2], bytes[3], bytes[4], bytes[5], bytes[6], bytes[7],
-                bytes[8], bytes[9], bytes[10], bytes[11], bytes[12], bytes[13], bytes[14],
-                bytes[15]);
+                "%02x%02x:%02x%02x:%02x%02x:%02x%02x:%02x%02x:%02x%02x:%02x%02x:%02x%02x", bytes[0],
+                bytes[1], bytes[2], bytes[3], bytes[4], bytes[5], bytes[6], bytes[7], bytes[8],
+                bytes[9], bytes[10], bytes[11], bytes[12], bytes[13], bytes[14], bytes[15]);
   return text;
 }
 
@@ -50,15 +49,14 @@ std::string boundedText(const char* field, std::size_t size) {
   return printableBytes(field, n);
 }
 
-std::string hexBytes(const uint8_t* bytes, std::size_t size) {
-  std::string out;
-  char pair[3];
-  for (std::size_t i = 0; i < size; ++i) {
-    std::snprintf(pair, sizeof pair, "%02x", bytes[i]);
-    out += pair;
-  }
-  return out;
+int hexDigitValue(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
 }
+
+bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 // Shortest decimal text that reads back as the same float.
 double floatValue(float value) {
@@ -91,13 +89,17 @@ std::string printableBytes(const char* bytes, std::size_t size) {
   return out;
 }
 
+std::string hexText(const uint8_t* bytes, std::size_t size) {
+  static const char kDigits[] = "0123456789abcdef";
+  std::string out(size * 2, '0');
+  for (std::size_t i = 0; i < size; ++i) {
+    out[2 * i] = kDigits[bytes[i] >> 4];
+    out[2 * i + 1] = kDigits[bytes[i] & 0xFu];
+  }
+  return out;
+}
+
 std::optional<std::string> bytesFromEscaped(const std::string& text) {
-  const auto hexDigit = [](char c) -> int {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-  };
   std::string out;
   out.reserve(text.size());
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -106,13 +108,36 @@ std::optional<std::string> bytesFromEscaped(const std::string& text) {
       continue;
     }
     if (i + 3 >= text.size() || text[i + 1] != 'x') return std::nullopt;
-    const int high = hexDigit(text[i + 2]);
-    const int low = hexDigit(text[i + 3]);
+    const int high = hexDigitValue(text[i + 2]);
+    const int low = hexDigitValue(text[i + 3]);
     if (high < 0 || low < 0) return std::nullopt;
     out.push_back(static_cast<char>(high << 4 | low));
     i += 3;
   }
   return out;
+}
+
+std::optional<std::vector<uint8_t>> bytesFromHex(const std::string& text, std::string* error) {
+  std::vector<uint8_t> bytes;
+  bytes.reserve(text.size() / 2);
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (isSpace(text[i])) continue;
+    const int high = hexDigitValue(text[i]);
+    const int low = i + 1 < text.size() ? hexDigitValue(text[i + 1]) : -1;
+    if (high < 0 || low < 0) {
+      const std::size_t at = high < 0 ? i : i + 1;
+      if (at >= text.size() || isSpace(text[at])) {
+        *error = "a lone hex digit at column " + std::to_string(i + 1) + " (digits come in pairs)";
+      } else {
+        *error = "\"" + printableBytes(&text[at], 1) + "\" at column " + std::to_string(at + 1) +
+                 " is not a hex digit";
+      }
+      return std::nullopt;
+    }
+    bytes.push_back(static_cast<uint8_t>(high << 4 | low));
+    ++i;
+  }
+  return bytes;
 }
 
 Json decode(const dsd_wifi_meas_report_req_msg_v01& r) {
@@ -235,7 +260,7 @@ Json decode(const dsd_wqe_profile_init_ind_msg_v01& s) {
               {"rssi_high_override", s.rssi_high_override},
               {"iccid_valid", s.iccid_valid},
               {"iccid_len", s.iccid_len},
-              {"iccid", hexBytes(s.iccid, clampLen(s.iccid_len & 0xFFu, sizeof s.iccid))}};
+              {"iccid", hexText(s.iccid, clampLen(s.iccid_len & 0xFFu, sizeof s.iccid))}};
 }
 
 Json decode(const dsd_wqe_profile_type_ind_msg_v01& s) {
@@ -269,6 +294,38 @@ Json decode(const CasWlanNetConfigType& c) {
   return j;
 }
 
+const std::vector<RecordKind>& recordKinds() {
+  static const std::vector<RecordKind> kinds = {
+      {"wifi_meas_report", sizeof(dsd_wifi_meas_report_req_msg_v01)},
+      {"wqe_profile_quality_status", sizeof(dsd_set_wqe_profile_quality_status_req_msg_v01)},
+      {"notify_data_settings", sizeof(dsd_notify_data_settings_req_msg_v01)},
+      {"wlan_available", sizeof(dsd_wlan_available_req_msg_v01)},
+      {"start", sizeof(dsd_start_wifi_meas_ind_msg_v01)},
+      {"stop", sizeof(dsd_stop_wifi_meas_ind_msg_v01)},
+      {"wqe_profile_init", sizeof(dsd_wqe_profile_init_ind_msg_v01)},
+      {"set_wqe_profile", sizeof(dsd_wqe_profile_type_ind_msg_v01)},
+      {"wlan_config", sizeof(CasWlanNetConfigType)},
+  };
+  return kinds;
+}
+
+const RecordKind* recordKindNamed(const std::string& type) {
+  for (const RecordKind& kind : recordKinds()) {
+    if (type == kind.type) return &kind;
+  }
+  return nullptr;
+}
+
+const RecordKind* recordKindOfSize(std::size_t size) {
+  const RecordKind* found = nullptr;
+  for (const RecordKind& kind : recordKinds()) {
+    if (kind.size != size) continue;
+    if (found != nullptr) return nullptr;
+    found = &kind;
+  }
+  return found;
+}
+
 Json decodeMessage(const std::string& type, const uint8_t* bytes, std::size_t size) {
   if (type == "wifi_meas_report") {
     return decode(load<dsd_wifi_meas_report_req_msg_v01>(bytes, size));
@@ -280,6 +337,12 @@ Json decodeMessage(const std::string& type, const uint8_t* bytes, std::size_t si
     return decode(load<dsd_notify_data_settings_req_msg_v01>(bytes, size));
   }
   if (type == "wlan_available") return decode(load<dsd_wlan_available_req_msg_v01>(bytes, size));
+  if (type == "start") return decode(load<dsd_start_wifi_meas_ind_msg_v01>(bytes, size));
+  if (type == "stop") return decode(load<dsd_stop_wifi_meas_ind_msg_v01>(bytes, size));
+  if (type == "wqe_profile_init")
+    return decode(load<dsd_wqe_profile_init_ind_msg_v01>(bytes, size));
+  if (type == "set_wqe_profile") return decode(load<dsd_wqe_profile_type_ind_msg_v01>(bytes, size));
+  if (type == "wlan_config") return decode(load<CasWlanNetConfigType>(bytes, size));
   return Json{{"unknown_type", type}, {"size", size}};
 }
 
@@ -292,8 +355,10 @@ void Modem::receive(int client, const char* type, const void* record, std::size_
   const auto* bytes = static_cast<const uint8_t*>(record);
   message.bytes.assign(bytes, bytes + size);
   message.fields = decodeMessage(message.type, bytes, size);
-  trace_.record("modem",
-                Json{{"client", client}, {"message", message.type}, {"fields", message.fields}});
+  trace_.record("modem", Json{{"client", client},
+                              {"message", message.type},
+                              {"fields", message.fields},
+                              {"bytes", hexText(bytes, size)}});
   messages_.push_back(std::move(message));
 }
 
