@@ -4,10 +4,12 @@
 // whether plain char is signed (x86) or unsigned (ARM).
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cstdint>
 #include <cstring>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "RawMeasurement.h"
 #include "TestHost.h"
@@ -205,7 +207,10 @@ TEST_F(IndicationBytesTest, HighBytesDecodeTheSameWhateverCharSignedness) {
   } cases[] = {
       {std::string(32, '\xFF'), "AnySSID"},
       {std::string(31, '\xFF') + '\xFE', std::string(31, '\xFF') + '\xFE'},
-      {std::string("\xFF" "ab"), "\xFF" "ab"},
+      {std::string("\xFF"
+                   "ab"),
+       "\xFF"
+       "ab"},
       {std::string("caf\xC3\xA9"), "caf\xC3\xA9"},
   };
   for (const Case& c : cases) {
@@ -255,3 +260,26 @@ TEST(RecordLayoutTest, IccidOctetsAboveSevenBitDecodeByNibble) {
 }
 
 }  // namespace
+
+// Every record kind, filled with bytes of every value, goes to hex as a modem log prints it
+// (upper case, spaced pairs) and back to the same bytes, found by its length alone, and
+// decodes to the same fields.
+TEST(RecordLayoutTest, EveryRecordKindRoundTripsThroughHex) {
+  for (const nexhost::RecordKind& kind : nexhost::recordKinds()) {
+    SCOPED_TRACE(kind.type);
+    std::vector<uint8_t> bytes(kind.size);
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<uint8_t>(i * 37 + 11);
+    const nexhost::Json fields = nexhost::decodeMessage(kind.type, bytes.data(), bytes.size());
+    std::string pasted;
+    for (char c : nexhost::hexText(bytes.data(), bytes.size())) {
+      pasted += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+      if (pasted.size() % 3 == 2) pasted += ' ';
+    }
+    std::string error;
+    const auto back = nexhost::bytesFromHex(pasted, &error);
+    ASSERT_TRUE(back) << error;
+    EXPECT_EQ(*back, bytes);
+    EXPECT_EQ(nexhost::recordKindOfSize(back->size()), &kind);
+    EXPECT_EQ(nexhost::decodeMessage(kind.type, back->data(), back->size()), fields);
+  }
+}
