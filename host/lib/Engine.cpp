@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "nexhost/Modem.h"
+
 namespace nexhost {
 
 namespace {
@@ -10,12 +12,12 @@ Json describe(const Engine::Call& call) {
   Json j{{"operation", call.operation}, {"type", call.type}, {"reserved", call.reserved}};
   if (call.operation != "registerForWifiStateChangeNotification" &&
       call.operation != "deregisterForWlanNetConfigChange") {
-    j["name"] = call.name ? Json(*call.name) : Json(nullptr);
+    j["name"] = call.name ? Json(printableBytes(*call.name)) : Json(nullptr);
     if (call.overrides) {
       j["rssi_high_override"] = call.overrides->rssiHighOverride;
       j["rssi_low_override"] = call.overrides->rssiLowOverride;
     }
-    j["operator"] = call.operatorName;
+    j["operator"] = printableBytes(call.operatorName);
   }
   return j;
 }

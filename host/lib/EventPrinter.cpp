@@ -6,20 +6,17 @@ namespace {
 
 constexpr int kBlockIndent = 18;  // under the summary, past the time and kind columns
 
-// Texts may hold any byte a supplicant or the plug-in produced; never throw on them.
+// Every text in an event is already in the escape form (\xNN for bytes outside printable
+// ASCII and for the backslash), so it is ASCII: the replacement never happens, but a dump
+// must never throw.
 std::string dumpJson(const Json& value) {
   return value.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-// Texts in blocks are already escaped by the decoders (\xNN): print them as they are, so
-// that a backslash is not doubled. Anything else prints as JSON.
-std::string blockValue(const Json& value) {
-  if (value.is_string()) {
-    const std::string& text = value.get_ref<const std::string&>();
-    bool plain = true;
-    for (char c : text) plain = plain && c >= 0x20 && c < 0x7F && c != '"';
-    if (plain) return "\"" + text + "\"";
-  }
+// A value as the text output shows it: a text between quotes exactly as the event holds
+// it (JSON quoting would double its backslashes), anything else as JSON.
+std::string shown(const Json& value) {
+  if (value.is_string()) return "\"" + value.get_ref<const std::string&>() + "\"";
   return dumpJson(value);
 }
 
@@ -28,7 +25,7 @@ bool structured(const Json& value) { return value.is_object() || value.is_array(
 std::string scalarList(const Json& list) {
   std::string text = "[";
   for (std::size_t i = 0; i < list.size(); ++i) {
-    text += (i == 0 ? "" : ", ") + blockValue(list[i]);
+    text += (i == 0 ? "" : ", ") + shown(list[i]);
   }
   return text + "]";
 }
@@ -47,7 +44,7 @@ void member(const std::string& key, const Json& value, const std::string& pad, i
     for (const Json& e : value) nested = nested || structured(e);
   }
   if (!nested) {
-    *out += pad + key + ": " + (value.is_array() ? scalarList(value) : blockValue(value)) + "\n";
+    *out += pad + key + ": " + (value.is_array() ? scalarList(value) : shown(value)) + "\n";
     return;
   }
   *out += pad + key + ":\n";
@@ -55,7 +52,7 @@ void member(const std::string& key, const Json& value, const std::string& pad, i
     if (e.is_object()) {
       block(e, indent + 4, std::string(static_cast<std::size_t>(indent + 2), ' ') + "- ", out);
     } else {
-      *out += std::string(static_cast<std::size_t>(indent + 2), ' ') + "- " + blockValue(e) + "\n";
+      *out += std::string(static_cast<std::size_t>(indent + 2), ' ') + "- " + shown(e) + "\n";
     }
   }
 }
@@ -79,13 +76,13 @@ std::string okText(const Json& data, const char* key) {
 std::string supplicantSummary(const Json& d) {
   const std::string iface = d.value("interface", "");
   if (d.contains("command")) {
-    std::string text = iface + " " + dumpJson(d["command"]) + " -> " + okText(d, "ok");
+    std::string text = iface + " " + shown(d["command"]) + " -> " + okText(d, "ok");
     if (d.contains("error")) text += " (" + d.value("error", "") + ")";
     if (d.contains("rssi")) text += ", RSSI " + dumpJson(d["rssi"]);
     return text;
   }
-  if (d.contains("bssid_filter")) return "bssid filter " + dumpJson(d["bssid_filter"]);
-  if (d.contains("frequency_filter")) return "frequency filter " + dumpJson(d["frequency_filter"]);
+  if (d.contains("bssid_filter")) return "bssid filter " + shown(d["bssid_filter"]);
+  if (d.contains("frequency_filter")) return "frequency filter " + shown(d["frequency_filter"]);
   if (d.contains("connect")) return iface + " connect -> " + okText(d, "connect");
   if (d.contains("disconnect")) return iface + " disconnect";
   if (d.value("event", "") == "scan-ready") {
@@ -98,7 +95,7 @@ std::string keyValues(const Json& d, const char* skip) {
   std::string text;
   for (const auto& item : d.items()) {
     if (item.key() == skip) continue;
-    text += (text.empty() ? "" : " ") + item.key() + "=" + dumpJson(item.value());
+    text += (text.empty() ? "" : " ") + item.key() + "=" + shown(item.value());
   }
   return text;
 }

@@ -6,6 +6,8 @@
 #include <set>
 #include <vector>
 
+#include "nexhost/Modem.h"
+
 namespace nexhost {
 
 namespace {
@@ -101,7 +103,7 @@ SupplicantBackend::Reply LiveSupplicant::command(supplicantType_t type, const st
     wire += " freq=" + scanFrequencies_;
   }
   Reply reply;
-  Json record{{"interface", interfaceName(type)}, {"command", wire}};
+  Json record{{"interface", interfaceName(type)}, {"command", printableBytes(wire)}};
   ControlSocket* socket = socketFor(type);
   if (socket == nullptr) {
     record["error"] = "not connected";
@@ -138,12 +140,12 @@ bool LiveSupplicant::disconnect(supplicantType_t type) {
 }
 
 bool LiveSupplicant::setBssidFilter(const std::string& bssids) {
-  trace().record("supplicant", Json{{"bssid_filter", bssids}});
+  trace().record("supplicant", Json{{"bssid_filter", printableBytes(bssids)}});
   return command(SUPPLICANT_STA, "SET bssid_filter " + bssidFilterValue(bssids)).ok;
 }
 
 bool LiveSupplicant::setFrequencyFilter(const std::string& frequencies) {
-  trace().record("supplicant", Json{{"frequency_filter", frequencies}});
+  trace().record("supplicant", Json{{"frequency_filter", printableBytes(frequencies)}});
   scanFrequencies_ = scanFrequencies(frequencies);
   return true;
 }

@@ -13,6 +13,8 @@
 #include <ctime>
 #include <sstream>
 
+#include "nexhost/Modem.h"
+
 extern char** environ;
 
 namespace nexhost {
@@ -136,8 +138,8 @@ int Platform::forkExec(const char* commandLine, const NexForkExecOpt* options) {
     std::string ran = line;
     for (const auto& [from, to] : commandReplacements) ran = replaceAll(ran, from, to);
     const int code = runForReal(ran, options);
-    Json record{{"command_line", line}, {"exit_code", code}};
-    if (ran != line) record["ran"] = ran;
+    Json record{{"command_line", printableBytes(line)}, {"exit_code", code}};
+    if (ran != line) record["ran"] = printableBytes(ran);
     trace_.record("hostapd", std::move(record));
     return code;
   }
@@ -147,7 +149,7 @@ int Platform::forkExec(const char* commandLine, const NexForkExecOpt* options) {
     writeOutput(it->second.output, options);
     code = it->second.exitCode;
   }
-  trace_.record("hostapd", Json{{"command_line", line}, {"exit_code", code}});
+  trace_.record("hostapd", Json{{"command_line", printableBytes(line)}, {"exit_code", code}});
   return code;
 }
 

@@ -55,7 +55,7 @@ void StepPerformer::perform(const ScenarioStep& step) {
     case StepAction::kWlanConfig:
       record["to"] = !step.configTarget           ? Json("all")
                      : step.configTarget->empty() ? Json("default")
-                                                  : Json(*step.configTarget);
+                                                  : Json(printableBytes(*step.configTarget));
       record["config"] = decode(step.config());
       break;
     default:

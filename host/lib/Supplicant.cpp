@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "nexhost/Modem.h"
 #include "nexhost/Scheduler.h"
 
 namespace nexhost {
@@ -58,7 +59,8 @@ SupplicantBackend::Reply ScriptedSupplicant::command(supplicantType_t type,
     reply = script.replies[script.next];
     if (script.next + 1 < script.replies.size()) ++script.next;
   }
-  recordCommand(Json{{"interface", interfaceName(type)}, {"command", text}}, text, reply);
+  recordCommand(Json{{"interface", interfaceName(type)}, {"command", printableBytes(text)}}, text,
+                reply);
   if (reply.ok && text == NexSupplicantWrapper::scanCmd && scanReadyDelay_) {
     scheduler_.scheduleAt(scheduler_.now() + *scanReadyDelay_, [this] { fireScanReady(); });
   }
@@ -81,13 +83,13 @@ bool ScriptedSupplicant::disconnect(supplicantType_t type) {
 
 bool ScriptedSupplicant::setBssidFilter(const std::string& bssids) {
   bssidFilters_.push_back(bssids);
-  trace().record("supplicant", Json{{"bssid_filter", bssids}});
+  trace().record("supplicant", Json{{"bssid_filter", printableBytes(bssids)}});
   return true;
 }
 
 bool ScriptedSupplicant::setFrequencyFilter(const std::string& frequencies) {
   frequencyFilters_.push_back(frequencies);
-  trace().record("supplicant", Json{{"frequency_filter", frequencies}});
+  trace().record("supplicant", Json{{"frequency_filter", printableBytes(frequencies)}});
   return true;
 }
 

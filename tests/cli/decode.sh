@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# nexhost decode reads back what a run prints: the bytes of every record in the examples'
-# --json output decode, with the type found from their length, to the run's own fields.
-# Bad input stops with one line naming the argument or input line, and exit code 2.
+# No byte is lost in nexhost's output, and decode reads back what a run prints: the bytes
+# of every record in the examples' --json output decode, with the type found from their
+# length, to the run's own fields. Bad input stops with one line naming the argument or
+# input line, and exit code 2.
 set -uo pipefail
 nexhost=$1
 shift
@@ -20,6 +21,17 @@ kinds=$(jq -r .type "$scratch/run" | sort -u | tr '\n' ' ')
 for kind in wifi_meas_report wqe_profile_quality_status notify_data_settings wlan_available; do
   [[ " $kinds" == *" $kind "* ]] || fail "the examples' run has no $kind record: $kinds"
 done
+
+# Bytes are never lost in output: the any-network SSID (32 bytes 0xFF) shows as \xff in
+# the plug-in's log line as in the decoded fields, and every line is ASCII.
+echo '{"steps": [{"at": 0, "start": {"id": 1, "quantities": ["rssi"], "reporting_interval": 5,
+  "networks": [{"ssid": "any"}]}}]}' >"$scratch/any.json"
+"$nexhost" run --json --log-level 0 "$scratch/any.json" >"$scratch/any.jsonl" || fail "run any.json"
+! LC_ALL=C grep -n '[^ -~]' "$scratch/any.jsonl" >&2 || fail "a line of run --json is not ASCII"
+ff=$(printf '\\xff%.0s' {1..32})
+jq -e --arg ssid "$ff" -s 'any(.kind == "log" and .text == "startMeasurement  mdx ssid " + $ssid)
+  and any(.kind == "step" and .indication.wifi_ident[0].ssid == $ssid)' "$scratch/any.jsonl" \
+  >/dev/null || fail "the any-network SSID is not \\xff x 32 in the log line and the step"
 
 expect() {  # expect STDERR-FRAGMENT STDIN ARGS...
   local fragment=$1 input=$2
