@@ -63,7 +63,9 @@ const char* kDescription =
     "framework does (dlopen, init, initializeLinks) and prints, in order and with its time,\n"
     "everything the plug-in does to its host: modem messages decoded field by field,\n"
     "supplicant commands and scan filters, hostapd_cli command lines, timers, decision-engine\n"
-    "registrations and log lines.";
+    "registrations and log lines. decode prints records taken from a modem log the same way.\n"
+    "Every text it prints, text or JSON, is ASCII: a byte outside printable ASCII, and the\n"
+    "backslash, prints as \\xNN, so the exact bytes can always be read back.";
 
 const char* kFooter =
     "\nExamples:\n"
@@ -71,19 +73,21 @@ const char* kFooter =
     "  nexhost run --json examples/default-profile.json | jq 'select(.kind==\"modem\")'\n"
     "  nexhost live --sta-socket /var/run/wpa_supplicant/wlan0 --ssid any --bss-load\n"
     "  nexhost run --report run.html examples/connected-rssi.json\n"
+    "  nexhost decode --json < records-from-a-modem-log.txt\n"
     "\n"
     "Exit codes:\n"
     "  0  done (a live run also ends with 0 after Ctrl-C)\n"
     "  1  the plug-in cannot be loaded, a control socket cannot be reached or\n"
     "     wpa_supplicant went away\n"
-    "  2  invalid command line or scenario (nothing has run)\n"
+    "  2  invalid command line or scenario (nothing has run), or bad input to decode\n"
     "\n"
     "Scenario format and output keys: docs/scenarios.md\n";
 
 void addOutputOptions(CLI::App* command, OutputOptions* out) {
   command->add_flag(
       "--json", out->json,
-      "JSON Lines: one object per event with \"time\", \"kind\" and the event's keys");
+      "JSON Lines: one object per event with \"time\", \"kind\" and the event's keys (a "
+      "modem event's \"bytes\" is the record in hex)");
   command
       ->add_option("--log-level", out->logLevel,
                    "print plug-in log lines at or above this level (0 trace .. 4 error; 5 none)")

@@ -4,6 +4,33 @@
 
 namespace nexhost {
 
+namespace {
+
+template <typename Record>
+std::string hexOf(const Record& record) {
+  return hexText(reinterpret_cast<const uint8_t*>(&record), sizeof record);
+}
+
+// The record a step hands over, in hex (what nexhost decode reads); empty for other steps.
+std::string recordBytes(const ScenarioStep& step) {
+  switch (step.action) {
+    case StepAction::kStart:
+      return hexOf(step.start());
+    case StepAction::kStop:
+      return hexOf(step.stop());
+    case StepAction::kWqeProfileInit:
+      return hexOf(step.profileInit());
+    case StepAction::kSetWqeProfile:
+      return hexOf(step.profileMask());
+    case StepAction::kWlanConfig:
+      return hexOf(step.config());
+    default:
+      return "";
+  }
+}
+
+}  // namespace
+
 void applyPlatform(Host& host, const ScenarioPeers& peers) {
   host.platform.chipsetType = peers.chipset;
   host.platform.operators = peers.operators;
@@ -61,6 +88,8 @@ void StepPerformer::perform(const ScenarioStep& step) {
     default:
       break;
   }
+  const std::string bytes = recordBytes(step);
+  if (!bytes.empty()) record["bytes"] = bytes;
   host_.trace.record("step", std::move(record));
 
   // The plug-in may keep or change what it is handed: give it copies.

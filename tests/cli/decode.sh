@@ -18,7 +18,8 @@ jq -r .bytes "$scratch/run" | "$nexhost" decode --json | jq -c '{type: .message,
   >"$scratch/decoded" || fail "decode of the run's bytes"
 diff -u "$scratch/run" "$scratch/decoded" >&2 || fail "decoded fields differ from the run's"
 kinds=$(jq -r .type "$scratch/run" | sort -u | tr '\n' ' ')
-for kind in wifi_meas_report wqe_profile_quality_status notify_data_settings wlan_available; do
+for kind in wifi_meas_report wqe_profile_quality_status notify_data_settings wlan_available \
+  start stop wqe_profile_init set_wqe_profile wlan_config; do
   [[ " $kinds" == *" $kind "* ]] || fail "the examples' run has no $kind record: $kinds"
 done
 
