@@ -10,7 +10,7 @@ namespace {
 template <typename Record>
 Record load(const uint8_t* bytes, std::size_t size) {
   Record record{};
-  std::memcpy(&record, bytes, size < sizeof record ? size : sizeof record);
+  if (size != 0) std::memcpy(&record, bytes, size < sizeof record ? size : sizeof record);
   return record;
 }
 
