@@ -30,17 +30,18 @@ TEST_F(HostapdWrapperTest, ChipsetTypeFourSelectsTheSoftApInterface) {
 }
 
 TEST_F(HostapdWrapperTest, AppendsOutputToTheCallersText) {
-  host.platform.forkScripts[kPrefix + " -i wlan0 STATUS"] = {"state=ENABLED\n", 0};
+  host.platform.forkScripts[kPrefix + " -i wlan0 STATUS"] = {{"state=ENABLED\n", 0}};
   std::string response = "before|";
   EXPECT_TRUE(HostapdWrapper::getInstance()->execHostapdCommand("STATUS", response));
   EXPECT_EQ(response, "before|state=ENABLED\n");
-  const nexhost::LogLine* line = host.logger.find("Command : STATUS and Response: before|state=ENABLED\n");
+  const nexhost::LogLine* line =
+      host.logger.find("Command : STATUS and Response: before|state=ENABLED\n");
   ASSERT_NE(line, nullptr);
   EXPECT_EQ(line->module, 10359);
 }
 
 TEST_F(HostapdWrapperTest, FailedForkLeavesTheResponseAndLogsTheCode) {
-  host.platform.forkScripts[kPrefix + " -i wlan0 STATUS"] = {"ignored", 3};
+  host.platform.forkScripts[kPrefix + " -i wlan0 STATUS"] = {{"ignored", 3}};
   std::string response = "kept";
   EXPECT_FALSE(HostapdWrapper::getInstance()->execHostapdCommand("STATUS", response));
   EXPECT_EQ(response, "kept");
@@ -51,14 +52,14 @@ TEST_F(HostapdWrapperTest, FailedForkLeavesTheResponseAndLogsTheCode) {
 }
 
 TEST_F(HostapdWrapperTest, OutputIsCutAtTheBufferCapacity) {
-  host.platform.forkScripts[kPrefix + " -i wlan0 STATUS"] = {std::string(1500, 'x'), 0};
+  host.platform.forkScripts[kPrefix + " -i wlan0 STATUS"] = {{std::string(1500, 'x'), 0}};
   std::string response;
   EXPECT_TRUE(HostapdWrapper::getInstance()->execHostapdCommand("STATUS", response));
   EXPECT_EQ(response.size(), 999u);
 }
 
 TEST_F(HostapdWrapperTest, EmptyOutputStillSucceeds) {
-  host.platform.forkScripts[kPrefix + " -i wlan0 STATUS"] = {"", 0};
+  host.platform.forkScripts[kPrefix + " -i wlan0 STATUS"] = {{"", 0}};
   std::string response;
   EXPECT_TRUE(HostapdWrapper::getInstance()->execHostapdCommand("STATUS", response));
   EXPECT_EQ(response, "");

@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <string>
@@ -27,6 +29,8 @@ std::string start(const std::string& fields) {
 
 TEST(ScenarioLoaderTest, RefusesWithFilePathAndExpectation) {
   const std::string ssid33(33, 'a');
+  std::string ssid33Bytes;
+  for (int i = 0; i < 33; ++i) ssid33Bytes += "\\\\xff";  // \\xff, escaped for JSON
   struct Case {
     std::string json;
     std::string path;
@@ -43,7 +47,7 @@ TEST(ScenarioLoaderTest, RefusesWithFilePathAndExpectation) {
        "expected a time at or after 6 (the previous step's), got 3"},
       {R"({"steps": [{"at": -1, "stop_all": {}}]})", "steps[0].at", "expected an integer from 0"},
       {start(R"("networks": [{"ssid": ")" + ssid33 + R"("}])"), "steps[0].start.networks[0].ssid",
-       "expected a text of at most 32 bytes, \"any\" or \"connected\""},
+       "expected a name of at most 32 bytes, \"any\" or \"connected\""},
       {start(R"("networks": [{"ssid": "a", "bssids": [{"bssid": "02:00:00:00:00"}]}])"),
        "steps[0].start.networks[0].bssids[0].bssid", "expected a BSSID like 02:00:00:00:00:00"},
       {start(R"("networks": [{"ssid": "a", "bssids": [{"bssid": "02:00:00:00:00:0g"}]}])"),
@@ -71,8 +75,32 @@ TEST(ScenarioLoaderTest, RefusesWithFilePathAndExpectation) {
        "expected a readable regular file of at most 1 MiB"},
       {R"({"peers": {"supplicant": {"sta": {"STATUS": {"sequence": []}}}}, "steps": []})",
        "peers.supplicant.sta.STATUS.sequence", "expected a non-empty list"},
-      {R"({"peers": {"hostapd": {"hostapd_cli STATUS": {"exit_code": 256}}}, "steps": []})",
-       "peers.hostapd[\"hostapd_cli STATUS\"].exit_code", "expected an integer from 0 to 255"},
+      {R"({"peers": {"hostapd": {"hostapd_cli STATUS": {"exit_code": 2147483648}}}, "steps": []})",
+       "peers.hostapd[\"hostapd_cli STATUS\"].exit_code",
+       "expected an integer from -2147483648 to 2147483647"},
+      {R"({"peers": {"hostapd": {"hostapd_cli STATUS": {"sequence": []}}}, "steps": []})",
+       "peers.hostapd[\"hostapd_cli STATUS\"].sequence", "expected a non-empty list"},
+      {R"({"steps": [{"stop": {"record": "01 02"}}]})", "steps[0].stop.record",
+       "expected 4 bytes (a measurement stop), got 2"},
+      {R"({"steps": [{"set_wqe_profile": {"record": "0102030405060708 0"}}]})",
+       "steps[0].set_wqe_profile.record",
+       "expected the 8 bytes of a profile selection as hex digit pairs"},
+      {R"({"steps": [{"stop": {"record": "01000000", "id": 1}}]})", "steps[0].stop.id",
+       "unknown key; expected one of: client, record"},
+      {start(R"("networks": [{"ssid": "a\\q"}])"), "steps[0].start.networks[0].ssid",
+       "expected \\xNN after a backslash"},
+      {start(R"("networks": [{"ssid": ")" + ssid33Bytes + R"("}])"),
+       "steps[0].start.networks[0].ssid", "expected a name of at most 32 bytes"},
+      {start(R"("wifi_ident_valid": 256)"), "steps[0].start.wifi_ident_valid",
+       "expected an integer from 0 to 255"},
+      {start(R"("alpha": "NaN")"), "steps[0].start.alpha",
+       "expected a number, \"nan\", \"inf\" or \"-inf\""},
+      {R"({"peers": {"supplicant": {"sta": {"BSS \\x4": "OK"}}}, "steps": []})",
+       "peers.supplicant.sta[\"BSS \\\\x4\"]", "expected \\xNN after a backslash in the key"},
+      {R"({"steps": [{"wqe_profile_init": {"profile": 4, "iccid": "1", "iccid_bytes": "01"}}]})",
+       "steps[0].wqe_profile_init.iccid_bytes", "expected iccid or iccid_bytes, not both"},
+      {R"({"steps": [{"wqe_profile_init": {"profile": 4, "iccid_bytes": "0102030405060708090a0b"}}]})",
+       "steps[0].wqe_profile_init.iccid_bytes", "expected at most 10 ICCID bytes"},
       {R"({"peers": {"engine": "yes"}, "steps": []})", "peers.engine", "expected true or false"},
       {R"({"steps": [{"wqe_profile_init": {"profile": 4, "iccid": "89a"}}]})",
        "steps[0].wqe_profile_init.iccid", "expected ICCID digits (at most 20)"},
@@ -301,6 +329,83 @@ TEST(ScenarioLoaderTest, WlanConfigFieldsLandAtTheirOffsets) {
   EXPECT_EQ(c.resultReason, 13);
   EXPECT_EQ(c.locationCountryCode[0], 'D');
   EXPECT_EQ(c.locationCountryCode[1], 'E');
+}
+
+// What a modem may send that no friendly default produces: flags and counts are taken as
+// given, never derived from the values next to them, and texts carry any byte.
+TEST(ScenarioLoaderTest, FlagsCountsAndBytesAreTakenAsGiven) {
+  const Scenario s = parse(R"({"steps": [
+      {"start": {"id": 1, "mask": 1, "wifi_ident_valid": 0, "wifi_ident_len": 300,
+        "networks": [{"ssid": "\\xff\\x00\\x5cA\u00e9", "bssid_list_len": 17,
+                      "bssids": [{"bssid": "ff:ff:ff:ff:ff:ff", "channel_list_len": 0, "channels": [1]}]}],
+        "sampling_interval_valid": 0, "sampling_interval": 3, "reporting_interval_valid": 200,
+        "alpha": "-inf"}},
+      {"start": {"id": 2, "mask": 1, "networks": [{"ssid": "\\x61ny"}], "alpha_valid": true, "alpha": "nan"}},
+      {"wqe_profile_init": {"profile": 99, "rssi_high_override_valid": 0, "rssi_high_override": -1,
+        "rssi_low_override_valid": 7, "iccid_valid": 0, "iccid_bytes": "ab CD", "iccid_len": 511}}]})");
+  const auto odd = s.steps.at(0).start();
+  EXPECT_EQ(odd.wifi_ident_valid, 0);
+  EXPECT_EQ(odd.wifi_ident_len, 300u);
+  EXPECT_EQ(std::string(odd.wifi_ident[0].ssid_info.ssid, 7),
+            std::string("\xff\0\\A\xc3\xa9\0", 7));
+  EXPECT_EQ(odd.wifi_ident[0].bssid_list_len, 17u);
+  EXPECT_EQ(odd.wifi_ident[0].bssid_list[0].channel_list_len, 0u);
+  EXPECT_EQ(odd.wifi_ident[0].bssid_list[0].channel_list[0], 1);
+  EXPECT_EQ(odd.sampling_interval_valid, 0);
+  EXPECT_EQ(odd.sampling_interval, 3);
+  EXPECT_EQ(odd.reporting_interval_valid, 200);
+  EXPECT_EQ(odd.alpha_valid, 1);
+  EXPECT_TRUE(std::isinf(odd.alpha) && odd.alpha < 0);
+  const auto words = s.steps.at(1).start();
+  EXPECT_STREQ(words.wifi_ident[0].ssid_info.ssid, "any");  // an escaped word is a name
+  EXPECT_TRUE(std::isnan(words.alpha));
+  const auto init = s.steps.at(2).profileInit();
+  EXPECT_EQ(init.profile_type, 99u);
+  EXPECT_EQ(init.rssi_high_override_valid, 0);
+  EXPECT_EQ(init.rssi_high_override, -1);
+  EXPECT_EQ(init.rssi_low_override_valid, 7);
+  EXPECT_EQ(init.iccid_valid, 0);
+  EXPECT_EQ(init.iccid_len, 511u);
+  EXPECT_EQ(init.iccid[0], 0xab);
+  EXPECT_EQ(init.iccid[1], 0xcd);
+}
+
+// A record given as hex is the record, byte for byte, whatever its fields say.
+TEST(ScenarioLoaderTest, RecordsAreTheirHexBytes) {
+  const auto startStep = parse(start(R"("networks": [{"ssid": "any"}], "alpha": 0.5)")).steps.at(0);
+  const auto bytes = startStep.start();
+  std::string hex;
+  char pair[4];
+  for (std::size_t i = 0; i < sizeof bytes; ++i) {
+    std::snprintf(pair, sizeof pair, i % 16 ? "%02x" : " %02X",
+                  reinterpret_cast<const uint8_t*>(&bytes)[i]);
+    hex += pair;
+  }
+  const Scenario s = parse(R"({"steps": [{"start": {"client": 3, "record": ")" + hex + R"("}},
+      {"wqe_profile_init": {"record": "ffffffff 09 00 0080 00 00 0000 01 000000 ff000000 0102030405060708090a 0000"}}]})");
+  const auto fromHex = s.steps.at(0).start();
+  EXPECT_EQ(std::memcmp(&fromHex, &bytes, sizeof bytes), 0);
+  EXPECT_EQ(s.steps.at(0).client, 3);
+  const auto init = s.steps.at(1).profileInit();
+  EXPECT_EQ(init.profile_type, 0xffffffffu);
+  EXPECT_EQ(init.rssi_low_override_valid, 9);
+  EXPECT_EQ(init.rssi_low_override, INT16_MIN);
+  EXPECT_EQ(init.iccid_len, 255u);
+  EXPECT_EQ(init.iccid[9], 0x0a);
+}
+
+TEST(ScenarioLoaderTest, HostapdResultsComeInOrderWithAnyExitCode) {
+  const Scenario s = parse(R"({"peers": {"hostapd": {"hostapd_cli \\x5c STATUS": {"sequence": [
+      {"output": "ssid=\\xe9\\x00", "exit_code": -1}, {"exit_code": 300}]}},
+      "operators": {"89": "Caf\u00e9\\xff"}}, "steps": [{"chipset": -4}]})");
+  const auto& results = s.peers.hostapd.at("hostapd_cli \\ STATUS");
+  ASSERT_EQ(results.size(), 2u);
+  EXPECT_EQ(results[0].output, std::string("ssid=\xe9\0", 7));
+  EXPECT_EQ(results[0].exitCode, -1);
+  EXPECT_EQ(results[1].exitCode, 300);
+  EXPECT_EQ(s.peers.operators.at("89"), "Caf\xc3\xa9\xff");
+  EXPECT_EQ(s.steps.at(0).action, StepAction::kChipset);
+  EXPECT_EQ(s.steps.at(0).chipset, -4);
 }
 
 TEST(ScenarioLoaderTest, StepTimesFollowAtAndAdvance) {

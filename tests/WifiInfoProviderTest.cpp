@@ -108,7 +108,7 @@ TEST_F(WifiInfoProviderTest, FailedP2pConnectStillDisconnectsOnce) {
 TEST_F(WifiInfoProviderTest, SoftApStatusComesFromHostapdCli) {
   host.platform.forkScripts
       ["hostapd_cli -p /data/vendor/wifi/hostapd/ctrl -s /data/vendor/wifi/hostapd/ctrl -i wlan0 "
-       "STATUS"] = {readTestData("hwsim/hostapd_status.txt"), 0};
+       "STATUS"] = {{readTestData("hwsim/hostapd_status.txt"), 0}};
   const WifiStatus status = provider->getAPStatus();
   EXPECT_EQ(status.ssid, "LabNet");
   EXPECT_EQ(status.bssid, "02:00:00:00:00:00");

@@ -208,7 +208,7 @@ TEST_F(WlanAvailabilityTest, SoftApReportsHostapdStatusAndItsNameWhenItGoesDown)
     host.platform.chipsetType = chipset;
     host.platform.forkScripts.clear();
     host.platform.forkScripts[chipset == 4 ? kHostapdStatusSoftap0 : kHostapdStatusWlan0] = {
-        readTestData("hwsim/hostapd_status.txt"), 0};
+        {readTestData("hwsim/hostapd_status.txt"), 0}};
     auto up = deliver(link(CAS_NET_TYPE_SOFTAP, true)).fields;
     EXPECT_EQ(up["connection_type"], 3);
     EXPECT_EQ(up["link_status_valid"], 1);

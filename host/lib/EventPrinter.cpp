@@ -113,6 +113,7 @@ std::string summary(const Event& e, const Json** details) {
     std::string text = d.value("action", "");
     if (d.contains("client")) text += "  client " + dumpJson(d["client"]);
     if (d.contains("on")) text += d.value("on", false) ? " on" : " off";
+    if (d.contains("chipset")) text += " " + dumpJson(d["chipset"]);
     if (d.contains("to")) text += "  to " + d.value("to", "");
     if (d.contains("indication")) *details = &d["indication"];
     if (d.contains("config")) *details = &d["config"];
@@ -124,6 +125,7 @@ std::string summary(const Event& e, const Json** details) {
   }
   if (e.kind == "supplicant") return supplicantSummary(d);
   if (e.kind == "hostapd") {
+    if (d.contains("query")) return "chipset query -> " + dumpJson(d.value("chipset", Json(0)));
     std::string text =
         d.value("command_line", "") + " -> exit " + dumpJson(d.value("exit_code", Json(0)));
     if (d.contains("ran")) text += " (ran " + d.value("ran", "") + ")";
@@ -134,6 +136,7 @@ std::string summary(const Event& e, const Json** details) {
     if (d.value("action", "") == "add") {
       return "add " + id + " every " + dumpJson(d.value("period", Json(0)));
     }
+    if (d.value("action", "") == "fire") return "fire " + id;
     return "remove " + id + (d.value("existed", true) ? "" : " (not active)");
   }
   if (e.kind == "engine") {

@@ -1,5 +1,6 @@
 #include "nexhost/Modem.h"
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
@@ -63,6 +64,13 @@ double floatValue(float value) {
   char text[32];
   std::snprintf(text, sizeof text, "%.9g", static_cast<double>(value));
   return std::strtod(text, nullptr);
+}
+
+// JSON has no NaN or infinity: those print as the texts a scenario takes for them.
+Json floatJson(float value) {
+  if (std::isnan(value)) return "nan";
+  if (std::isinf(value)) return value < 0 ? "-inf" : "inf";
+  return floatValue(value);
 }
 
 }  // namespace
@@ -244,7 +252,7 @@ Json decode(const dsd_start_wifi_meas_ind_msg_v01& s) {
   j["reporting_interval_valid"] = s.reporting_interval_valid;
   j["reporting_interval"] = s.reporting_interval;
   j["alpha_valid"] = s.alpha_valid;
-  j["alpha"] = floatValue(s.alpha);
+  j["alpha"] = floatJson(s.alpha);
   return j;
 }
 

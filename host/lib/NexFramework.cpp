@@ -212,7 +212,7 @@ int NexCdeCas::deregisterForWlanNetConfigChange(const CasClientCb& client) {
 
 int NexUtils::getWlanChipsetType() {
   Host* host = Host::current();
-  return host != nullptr ? host->platform.chipsetType : 0;
+  return host != nullptr ? host->platform.queryChipset() : 0;
 }
 
 int NexUtils::forkExec(const char* commandLine, const NexForkExecOpt* options) {

@@ -145,12 +145,19 @@ int Platform::forkExec(const char* commandLine, const NexForkExecOpt* options) {
   }
   int code = kNotScripted;
   auto it = forkScripts.find(line);
-  if (it != forkScripts.end()) {
-    writeOutput(it->second.output, options);
-    code = it->second.exitCode;
+  if (it != forkScripts.end() && !it->second.empty()) {
+    const std::size_t run = forkRuns_[line]++;
+    const ForkResult& result = it->second[std::min(run, it->second.size() - 1)];
+    writeOutput(result.output, options);
+    code = result.exitCode;
   }
   trace_.record("hostapd", Json{{"command_line", printableBytes(line)}, {"exit_code", code}});
   return code;
+}
+
+int Platform::queryChipset() {
+  trace_.record("hostapd", Json{{"query", "chipset"}, {"chipset", chipsetType}});
+  return chipsetType;
 }
 
 std::string Platform::lookupOperator(const std::string& iccid) const {

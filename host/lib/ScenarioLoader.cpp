@@ -14,6 +14,7 @@
 #include <iterator>
 #include <limits>
 
+#include "nexhost/Modem.h"
 #include "nexhost/Scenario.h"
 #include "nexhost/Trace.h"
 
@@ -371,6 +372,36 @@ class Node {
     if (value_.is_boolean()) return value_.get<bool>();
     return integer(0, 1) != 0;
   }
+  // A record's one-byte valid flag: any byte value, or true and false for 1 and 0.
+  uint8_t flagByte() const {
+    if (value_.is_boolean()) return value_.get<bool>() ? 1 : 0;
+    return static_cast<uint8_t>(integer(0, UINT8_MAX));
+  }
+  // A byte text in the escape form: \xNN is that byte, any other character its UTF-8 bytes.
+  std::string bytes(const std::string& what, std::size_t maxBytes) const {
+    if (!value_.is_string()) fail(what);
+    const std::optional<std::string> decoded =
+        bytesFromEscaped(value_.get_ref<const std::string&>());
+    if (!decoded) fail("\\xNN after a backslash");
+    if (decoded->size() > maxBytes) fail(what);
+    return *decoded;
+  }
+  // Hex digit pairs, blanks allowed between pairs (as a modem log prints them).
+  std::vector<uint8_t> hex(const std::string& what) const {
+    if (!value_.is_string()) fail(what);
+    std::vector<uint8_t> out;
+    const std::string& text = value_.get_ref<const std::string&>();
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      if (std::isspace(static_cast<unsigned char>(text[i]))) continue;
+      if (i + 1 >= text.size() || !std::isxdigit(static_cast<unsigned char>(text[i])) ||
+          !std::isxdigit(static_cast<unsigned char>(text[i + 1]))) {
+        fail(what);
+      }
+      out.push_back(static_cast<uint8_t>(std::stoul(text.substr(i, 2), nullptr, 16)));
+      ++i;
+    }
+    return out;
+  }
 
  private:
   const Tree& value_;
@@ -410,7 +441,8 @@ class Loader {
   // The readers of StepKind.
   void readStart(const Node& n, ScenarioStep* step);
   void readStop(const Node& n, ScenarioStep* step) {
-    n.requireObject("a measurement stop {\"id\"}", {"client", "id"});
+    if (readRecord<dsd_stop_wifi_meas_ind_msg_v01>(n, step, "a measurement stop")) return;
+    n.requireObject("a measurement stop {\"id\"}", {"client", "id", "record"});
     step->client = client(n);
     dsd_stop_wifi_meas_ind_msg_v01 ind{};
     ind.wifi_meas_id =
@@ -432,6 +464,9 @@ class Loader {
   void readAdvance(const Node& n, ScenarioStep* step) {
     step->at += n.integer(0, kLatestTime - step->at);
   }
+  void readChipset(const Node& n, ScenarioStep* step) {
+    step->chipset = static_cast<int>(n.integer(INT32_MIN, INT32_MAX));
+  }
 
  private:
   std::vector<ScenarioStep> steps(const Node& n);
@@ -439,6 +474,49 @@ class Loader {
   int client(const Node& n) {
     auto c = n.find("client");
     return c ? static_cast<int>(c->integer(0, kLastClient)) : 0;
+  }
+
+  // {"record": "<hex>"} (with the client) instead of the fields: the indication's exact
+  // bytes. False when the step gives fields.
+  template <typename Record>
+  bool readRecord(const Node& n, ScenarioStep* step, const std::string& what) {
+    const auto hex = n.find("record");
+    if (!hex) return false;
+    n.requireObject(what + " record {\"record\"}", {"client", "record"});
+    step->client = client(n);
+    const std::string size = std::to_string(sizeof(Record));
+    const std::string expected = "the " + size + " bytes of " + what + " as hex digit pairs";
+    const std::vector<uint8_t> bytes = hex->hex(expected);
+    if (bytes.size() != sizeof(Record)) {
+      throw ScenarioError(
+          name_, hex->path(),
+          "expected " + size + " bytes (" + what + "), got " + std::to_string(bytes.size()));
+    }
+    Record record;
+    std::memcpy(&record, bytes.data(), sizeof record);
+    step->record = PackedRecord(record);
+    return true;
+  }
+
+  // A valid flag: as given, else set when its value is given.
+  static uint8_t validFlag(const Node& n, const char* key, bool valuePresent) {
+    const auto given = n.find(key);
+    return given ? given->flagByte() : valuePresent ? 1 : 0;
+  }
+  // A list's count: as given (any 32-bit value; the reader bounds it), else the entries'.
+  static uint32_t count(const Node& n, const char* key, std::size_t entries) {
+    const auto given = n.find(key);
+    return given ? static_cast<uint32_t>(given->integer(0, UINT32_MAX))
+                 : static_cast<uint32_t>(entries);
+  }
+
+  // A command text or command line used as a key, in the escape form.
+  std::string keyBytes(const std::string& key, const Node& member) const {
+    const std::optional<std::string> decoded = bytesFromEscaped(key);
+    if (!decoded) {
+      throw ScenarioError(name_, member.path(), "expected \\xNN after a backslash in the key");
+    }
+    return *decoded;
   }
 
   // Every reply and output, inline or from a file, counts against one budget.
@@ -453,7 +531,7 @@ class Loader {
   }
   std::string inlineText(const Node& n) {
     return checkedText(
-        n, n.text("a text of at most " + mebibytes(limits::kTextBytes), limits::kTextBytes));
+        n, n.bytes("a text of at most " + mebibytes(limits::kTextBytes), limits::kTextBytes));
   }
   std::string fileText(const Node& n) {
     const std::string path = resolve(baseDir_, n.text("a file path", 4096));
@@ -486,7 +564,8 @@ class Loader {
     std::map<std::string, std::vector<SupplicantBackend::Reply>> out;
     const std::string what =
         "an object of replies by command text (at most " + std::to_string(limits::kCommands) + ")";
-    for (const auto& [command, value] : n.members(what, limits::kCommands)) {
+    for (const auto& [key, value] : n.members(what, limits::kCommands)) {
+      const std::string command = keyBytes(key, value);
       if (value.value().is_object() && value.value().contains("sequence")) {
         value.requireObject("a sequence", {"sequence"});
         const Node list = value.at("sequence", "a list of replies");
@@ -517,18 +596,19 @@ class Loader {
     if (auto h = n.find("hostapd")) {
       const std::string what = "an object of results by command line (at most " +
                                std::to_string(limits::kCommands) + ")";
-      for (const auto& [line, value] : h->members(what, limits::kCommands)) {
-        value.requireObject("a result {\"output\" or \"output_file\", \"exit_code\"}",
-                            {"output", "output_file", "exit_code"});
-        Platform::ForkResult result;
-        if (auto o = value.find("output")) result.output = inlineText(*o);
-        if (auto f = value.find("output_file")) {
-          if (value.find("output")) f->fail("output or output_file, not both");
-          result.output = fileText(*f);
+      for (const auto& [key, value] : h->members(what, limits::kCommands)) {
+        std::vector<Platform::ForkResult>& results = p.hostapd[keyBytes(key, value)];
+        if (value.value().is_object() && value.value().contains("sequence")) {
+          value.requireObject("a sequence", {"sequence"});
+          const Node list = value.at("sequence", "a list of results");
+          const std::string listWhat = "a non-empty list of at most " +
+                                       std::to_string(limits::kRepliesPerCommand) + " results";
+          const auto items = list.elements(listWhat, limits::kRepliesPerCommand);
+          if (items.empty()) list.fail(listWhat);
+          for (const Node& item : items) results.push_back(forkResult(item));
+        } else {
+          results.push_back(forkResult(value));
         }
-        if (auto code = value.find("exit_code"))
-          result.exitCode = static_cast<int>(code->integer(0, 255));
-        p.hostapd[line] = result;
       }
     }
     if (auto c = n.find("chipset")) p.chipset = static_cast<int>(c->integer(INT32_MIN, INT32_MAX));
@@ -540,10 +620,38 @@ class Loader {
       const std::string what = "an object of operator names by ICCID digits (at most " +
                                std::to_string(limits::kOperators) + ")";
       for (const auto& [iccid, name] : o->members(what, limits::kOperators)) {
-        p.operators[iccid] = name.text("an operator name", 256);
+        p.operators[keyBytes(iccid, name)] =
+            name.bytes("an operator name of at most 256 bytes", 256);
       }
     }
     return p;
+  }
+
+  // What one hostapd_cli run prints and the code forkExec returns (any int: a real run
+  // gives 0 to 255, but the host may return anything).
+  Platform::ForkResult forkResult(const Node& n) {
+    n.requireObject("a result {\"output\" or \"output_file\", \"exit_code\"}",
+                    {"output", "output_file", "exit_code"});
+    Platform::ForkResult result;
+    if (auto o = n.find("output")) result.output = inlineText(*o);
+    if (auto f = n.find("output_file")) {
+      if (n.find("output")) f->fail("output or output_file, not both");
+      result.output = fileText(*f);
+    }
+    if (auto code = n.find("exit_code")) {
+      result.exitCode = static_cast<int>(code->integer(INT32_MIN, INT32_MAX));
+    }
+    return result;
+  }
+
+  // A float, or "nan", "inf" and "-inf" for what JSON cannot write.
+  static float alphaValue(const Node& n) {
+    if (!n.value().is_string()) return n.real32();
+    const std::string text = n.value().get<std::string>();
+    if (text == "nan") return std::numeric_limits<float>::quiet_NaN();
+    if (text == "inf") return std::numeric_limits<float>::infinity();
+    if (text == "-inf") return -std::numeric_limits<float>::infinity();
+    n.fail("a number, \"nan\", \"inf\" or \"-inf\"");
   }
 
   uint64_t mask64(const Node& n) {
@@ -560,36 +668,43 @@ class Loader {
   }
 
   void network(const Node& n, dsd_wifi_ident_type_v01* entry) {
-    n.requireObject("a network {\"ssid\", \"bssids\"}", {"ssid", "bssids"});
-    const Node ssid = n.at("ssid", "a text of at most 32 bytes, \"any\" or \"connected\"");
-    const std::string name = ssid.text("a text of at most 32 bytes, \"any\" or \"connected\"", 32);
-    if (name == "any") {
+    n.requireObject("a network {\"ssid\", \"bssids\"}", {"ssid", "bssid_list_len", "bssids"});
+    // The words are matched as written: "\x61ny" is the three bytes of a network's name.
+    const std::string what = "a name of at most 32 bytes, \"any\" or \"connected\"";
+    const Node ssid = n.at("ssid", what);
+    if (ssid.value() == "any") {
       std::memset(entry->ssid_info.ssid, 0xFF, sizeof entry->ssid_info.ssid);
-    } else if (name != "connected") {
+    } else if (ssid.value() != "connected") {
+      const std::string name = ssid.bytes(what, DSD_WIFI_SSID_MAX_V01);
       std::memcpy(entry->ssid_info.ssid, name.data(), name.size());
     }
+    std::size_t given = 0;
     if (auto list = n.find("bssids")) {
       const auto bssids =
           list->elements("a list of at most 16 access points", DSD_WIFI_BSSID_LIST_MAX_V01);
-      entry->bssid_list_len = static_cast<uint32_t>(bssids.size());
+      given = bssids.size();
       for (std::size_t i = 0; i < bssids.size(); ++i) accessPoint(bssids[i], &entry->bssid_list[i]);
     }
+    entry->bssid_list_len = count(n, "bssid_list_len", given);
   }
 
   void accessPoint(const Node& n, dsd_wifi_bssid_type_v01* entry) {
-    n.requireObject("an access point {\"bssid\", \"channels\"}", {"bssid", "channels"});
+    n.requireObject("an access point {\"bssid\", \"channels\"}",
+                    {"bssid", "channel_list_len", "channels"});
     const Node bssid = n.at("bssid", "a BSSID");
     if (!parseMac(bssid.text("a BSSID like 02:00:00:00:00:00", 17), entry->bssid)) {
       bssid.fail("a BSSID like 02:00:00:00:00:00");
     }
+    std::size_t given = 0;
     if (auto list = n.find("channels")) {
       const auto codes =
           list->elements("a list of at most 16 channel codes", DSD_WIFI_CHANNEL_LIST_MAX_V01);
-      entry->channel_list_len = static_cast<uint32_t>(codes.size());
+      given = codes.size();
       for (std::size_t i = 0; i < codes.size(); ++i) {
         entry->channel_list[i] = static_cast<uint16_t>(codes[i].integer(0, UINT16_MAX));
       }
     }
+    entry->channel_list_len = count(n, "channel_list_len", given);
   }
 
   // Kept in network byte order, as the engine delivers it.
@@ -611,7 +726,7 @@ class Loader {
 
   void copyText(const Node& n, char* field, std::size_t maxBytes) {
     const std::string text =
-        n.text("a text of at most " + std::to_string(maxBytes) + " bytes", maxBytes);
+        n.bytes("a text of at most " + std::to_string(maxBytes) + " bytes", maxBytes);
     std::memcpy(field, text.data(), text.size());
   }
 
@@ -646,6 +761,7 @@ const StepKind kStepKinds[] = {
     {"wifi", StepAction::kWifi, &Loader::readWifi},
     {"wlan_config", StepAction::kWlanConfig, &Loader::readWlanConfig},
     {"scan_ready", StepAction::kScanReady, &Loader::readClientOnly},
+    {"chipset", StepAction::kChipset, &Loader::readChipset},
     {"advance", StepAction::kAdvance, &Loader::readAdvance},
 };
 
@@ -693,8 +809,11 @@ std::vector<ScenarioStep> Loader::steps(const Node& n) {
 }
 
 void Loader::readStart(const Node& n, ScenarioStep* step) {
-  n.requireObject("a measurement start", {"client", "id", "quantities", "mask", "networks",
-                                          "sampling_interval", "reporting_interval", "alpha"});
+  if (readRecord<dsd_start_wifi_meas_ind_msg_v01>(n, step, "a measurement start")) return;
+  n.requireObject("a measurement start", {"client", "id", "quantities", "mask", "wifi_ident_valid",
+                                          "wifi_ident_len", "networks", "sampling_interval_valid",
+                                          "sampling_interval", "reporting_interval_valid",
+                                          "reporting_interval", "alpha_valid", "alpha", "record"});
   step->client = client(n);
   dsd_start_wifi_meas_ind_msg_v01 ind;
   std::memset(&ind, 0, sizeof ind);
@@ -714,64 +833,80 @@ void Loader::readStart(const Node& n, ScenarioStep* step) {
   } else {
     ind.meas_param_mask = mask64(n.at("mask", "quantities (or a raw mask)"));
   }
-  if (auto list = n.find("networks")) {
-    ind.wifi_ident_valid = 1;
-    const auto networks = list->elements("a list of at most 8 networks", DSD_WIFI_IDENT_MAX_V01);
-    ind.wifi_ident_len = static_cast<uint32_t>(networks.size());
-    for (std::size_t i = 0; i < networks.size(); ++i) network(networks[i], &ind.wifi_ident[i]);
+  const auto list = n.find("networks");
+  std::size_t networks = 0;
+  if (list) {
+    const auto items = list->elements("a list of at most 8 networks", DSD_WIFI_IDENT_MAX_V01);
+    networks = items.size();
+    for (std::size_t i = 0; i < items.size(); ++i) network(items[i], &ind.wifi_ident[i]);
   }
-  if (auto v = n.find("sampling_interval")) {
-    ind.sampling_interval_valid = 1;
-    ind.sampling_interval = static_cast<int32_t>(v->integer(INT32_MIN, INT32_MAX));
+  ind.wifi_ident_valid = validFlag(n, "wifi_ident_valid", list.has_value());
+  ind.wifi_ident_len = count(n, "wifi_ident_len", networks);
+  const auto sampling = n.find("sampling_interval");
+  if (sampling)
+    ind.sampling_interval = static_cast<int32_t>(sampling->integer(INT32_MIN, INT32_MAX));
+  ind.sampling_interval_valid = validFlag(n, "sampling_interval_valid", sampling.has_value());
+  const auto reporting = n.find("reporting_interval");
+  if (reporting) {
+    ind.reporting_interval = static_cast<int32_t>(reporting->integer(INT32_MIN, INT32_MAX));
   }
-  if (auto v = n.find("reporting_interval")) {
-    ind.reporting_interval_valid = 1;
-    ind.reporting_interval = static_cast<int32_t>(v->integer(INT32_MIN, INT32_MAX));
-  }
-  if (auto v = n.find("alpha")) {
-    ind.alpha_valid = 1;
-    ind.alpha = v->real32();
-  }
+  ind.reporting_interval_valid = validFlag(n, "reporting_interval_valid", reporting.has_value());
+  const auto alpha = n.find("alpha");
+  if (alpha) ind.alpha = alphaValue(*alpha);
+  ind.alpha_valid = validFlag(n, "alpha_valid", alpha.has_value());
   step->record = PackedRecord(ind);
 }
 
 void Loader::readProfileInit(const Node& n, ScenarioStep* step) {
+  if (readRecord<dsd_wqe_profile_init_ind_msg_v01>(n, step, "a profile init")) return;
   n.requireObject("a profile init",
-                  {"client", "profile", "rssi_high_override", "rssi_low_override", "iccid"});
+                  {"client", "profile", "rssi_high_override_valid", "rssi_high_override",
+                   "rssi_low_override_valid", "rssi_low_override", "iccid_valid", "iccid_len",
+                   "iccid", "iccid_bytes", "record"});
   step->client = client(n);
   dsd_wqe_profile_init_ind_msg_v01 ind;
   std::memset(&ind, 0, sizeof ind);
   ind.profile_type =
       static_cast<uint32_t>(n.at("profile", "the profile number").integer(0, UINT32_MAX));
-  if (auto v = n.find("rssi_high_override")) {
-    ind.rssi_high_override_valid = 1;
-    ind.rssi_high_override = static_cast<int16_t>(v->integer(INT16_MIN, INT16_MAX));
-  }
-  if (auto v = n.find("rssi_low_override")) {
-    ind.rssi_low_override_valid = 1;
-    ind.rssi_low_override = static_cast<int16_t>(v->integer(INT16_MIN, INT16_MAX));
-  }
-  if (auto v = n.find("iccid")) {
+  const auto high = n.find("rssi_high_override");
+  if (high) ind.rssi_high_override = static_cast<int16_t>(high->integer(INT16_MIN, INT16_MAX));
+  ind.rssi_high_override_valid = validFlag(n, "rssi_high_override_valid", high.has_value());
+  const auto low = n.find("rssi_low_override");
+  if (low) ind.rssi_low_override = static_cast<int16_t>(low->integer(INT16_MIN, INT16_MAX));
+  ind.rssi_low_override_valid = validFlag(n, "rssi_low_override_valid", low.has_value());
+  const auto digitsNode = n.find("iccid");
+  const auto bytesNode = n.find("iccid_bytes");
+  std::size_t length = 0;
+  if (digitsNode && bytesNode) bytesNode->fail("iccid or iccid_bytes, not both");
+  if (digitsNode) {
     const std::string what = "ICCID digits (at most 20)";
-    const std::string digits = v->text(what, 2 * DSD_ICCID_MAX_V01);
+    const std::string digits = digitsNode->text(what, 2 * DSD_ICCID_MAX_V01);
     if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos) {
-      v->fail(what);
+      digitsNode->fail(what);
     }
-    ind.iccid_valid = 1;
     // Packed BCD, low nibble first; an odd count ends with the filler nibble F.
     for (std::size_t i = 0; i < digits.size(); ++i) {
       const auto digit = static_cast<uint8_t>(digits[i] - '0');
       ind.iccid[i / 2] |= (i % 2 == 0) ? digit : static_cast<uint8_t>(digit << 4);
     }
     if (digits.size() % 2 != 0) ind.iccid[digits.size() / 2] |= 0xF0;
-    ind.iccid_len = static_cast<uint32_t>((digits.size() + 1) / 2);
+    length = (digits.size() + 1) / 2;
+  } else if (bytesNode) {
+    const std::string what = "at most 10 ICCID bytes as hex digit pairs";
+    const std::vector<uint8_t> bytes = bytesNode->hex(what);
+    if (bytes.size() > DSD_ICCID_MAX_V01) bytesNode->fail(what);
+    std::copy(bytes.begin(), bytes.end(), ind.iccid);
+    length = bytes.size();
   }
+  ind.iccid_valid = validFlag(n, "iccid_valid", digitsNode || bytesNode);
+  ind.iccid_len = count(n, "iccid_len", length);
   step->record = PackedRecord(ind);
 }
 
 void Loader::readProfileMask(const Node& n, ScenarioStep* step) {
+  if (readRecord<dsd_wqe_profile_type_ind_msg_v01>(n, step, "a profile selection")) return;
   n.requireObject("a profile selection {\"profiles\"} or {\"mask\"}",
-                  {"client", "profiles", "mask"});
+                  {"client", "profiles", "mask", "record"});
   step->client = client(n);
   dsd_wqe_profile_type_ind_msg_v01 ind{};
   auto list = n.find("profiles");

@@ -56,9 +56,9 @@ void StepPerformer::perform(const ScenarioStep& step) {
   if (step.action == StepAction::kAdvance) return;
   Json record{{"action", step.name()}};
   NexMdxDsd& client = host_.client(step.client);
-  const bool usesClient = step.action != StepAction::kWifi &&
-                          step.action != StepAction::kWlanConfig &&
-                          step.action != StepAction::kScanReady;
+  const bool usesClient =
+      step.action != StepAction::kWifi && step.action != StepAction::kWlanConfig &&
+      step.action != StepAction::kScanReady && step.action != StepAction::kChipset;
   if (usesClient) {
     record["client"] = step.client;
     clientsUsed_.insert(step.client);
@@ -78,6 +78,9 @@ void StepPerformer::perform(const ScenarioStep& step) {
       break;
     case StepAction::kWifi:
       record["on"] = step.wifiOn;
+      break;
+    case StepAction::kChipset:
+      record["chipset"] = step.chipset;
       break;
     case StepAction::kWlanConfig:
       record["to"] = !step.configTarget           ? Json("all")
@@ -131,6 +134,9 @@ void StepPerformer::perform(const ScenarioStep& step) {
       break;
     case StepAction::kScanReady:
       host_.supplicantBackend().fireScanReady();
+      break;
+    case StepAction::kChipset:
+      host_.platform.chipsetType = step.chipset;
       break;
     case StepAction::kAdvance:
       break;

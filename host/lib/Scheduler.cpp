@@ -61,6 +61,7 @@ void Scheduler::advanceTo(long long until) {
       // The callback may remove this timer (or others); look nothing up afterwards.
       int (*callback)(void*) = t.callback;
       void* context = t.context;
+      trace_.record("timer", Json{{"action", "fire"}, {"id", timer->first}});
       callback(context);
     } else if (event != events_.end()) {
       clock_.set(std::max(clock_.now(), event->second.due));

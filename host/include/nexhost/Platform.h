@@ -23,13 +23,17 @@ class Platform {
 
   int chipsetType = 0;
   ForkMode forkMode = ForkMode::kScripted;
-  std::map<std::string, ForkResult> forkScripts;  // by whole command line
+  // Scripted results by whole command line: one per run, in order; the last one repeats.
+  std::map<std::string, std::vector<ForkResult>> forkScripts;
   // Real runs: text replacements applied to the command line first (the handset's paths
   // to this machine's), and the time after which the command is killed.
   std::vector<std::pair<std::string, std::string>> commandReplacements;
   int forkTimeoutMs = 10000;
-  std::map<std::string, std::string> operators;   // ICCID digits -> operator name
+  std::map<std::string, std::string> operators;  // ICCID digits -> operator name
 
+  // What getWlanChipsetType answers; each query is an event (the plug-in asks before each
+  // hostapd_cli run, to choose the interface).
+  int queryChipset();
   int forkExec(const char* commandLine, const NexForkExecOpt* options);
   std::string lookupOperator(const std::string& iccid) const;
 
@@ -40,6 +44,7 @@ class Platform {
 
   Trace& trace_;
   std::vector<std::string> forked_;
+  std::map<std::string, std::size_t> forkRuns_;  // scripted runs so far, by command line
 };
 
 }  // namespace nexhost

@@ -46,7 +46,8 @@ struct ScenarioPeers {
   std::map<std::string, std::vector<SupplicantBackend::Reply>> p2p;
   std::optional<long long> scanReadyAfter;  // absent: scans never complete by themselves
   bool p2pConnects = true;
-  std::map<std::string, Platform::ForkResult> hostapd;  // by whole command line
+  // hostapd_cli results by whole command line; a sequence is consumed like the replies.
+  std::map<std::string, std::vector<Platform::ForkResult>> hostapd;
   int chipset = 0;
   bool engine = true;
   std::map<std::string, std::string> operators;  // ICCID digits -> operator name
@@ -62,6 +63,7 @@ enum class StepAction {
   kWifi,
   kWlanConfig,
   kScanReady,
+  kChipset,
   kAdvance,
 };
 
@@ -100,6 +102,7 @@ struct ScenarioStep {
   StepAction action = StepAction::kAdvance;
   int client = 0;  // modem client index
   bool wifiOn = false;
+  int chipset = 0;  // the chipset type the host reports from this step on
   // Engine client that receives the configuration: absent = every registered client, ""
   // = the default profile, else a registration name ("profile1").
   std::optional<std::string> configTarget;
