@@ -426,7 +426,10 @@ int main(int argc, char** argv) {
       "  nexhost run examples/scan-bss-load.json\n"
       "  nexhost run --json --only modem examples/connected-rssi.json | jq .fields\n"
       "\nTimes are host timer units on a virtual clock; nothing waits. An invalid scenario\n"
-      "is refused with exit code 2, naming the file, the JSON path and what was expected.\n");
+      "is refused with exit code 2, naming the file, the JSON path and what was expected.\n"
+      "\nAn indication step may give the modem record's exact bytes instead of its fields\n"
+      "(\"record\": \"<hex>\", examples/raw-records.json); SSIDs, replies and other texts\n"
+      "take any byte as \\xNN. Timer fires are timer events, chipset queries hostapd events.\n");
 
   OutputOptions liveOutput;
   LiveOptions live;
