@@ -18,6 +18,8 @@ class ParserTest : public ::testing::Test {
     return line != nullptr && line->level == level;
   }
 
+  void SetUp() override { host.keepJournals(); }
+
   nexhost::Host host;
   WifiParser& parser = *WifiParser::getInstance();
 };

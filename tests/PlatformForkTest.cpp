@@ -55,6 +55,7 @@ TEST(PlatformForkTest, RealRunAppliesReplacementsAndTimeLimit) {
   nexhost::Clock clock;
   nexhost::Trace trace{clock};
   nexhost::Platform platform{trace};
+  trace.setKeep(true);
   platform.forkMode = nexhost::Platform::ForkMode::kReal;
   platform.commandReplacements = {{"/data/vendor/ctrl", "handset"}};
   EXPECT_EQ(runReal(platform, "printf /data/vendor/ctrl", 64).output, "handset");

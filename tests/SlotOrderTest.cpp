@@ -13,6 +13,7 @@ namespace {
 
 TEST(SlotOrderTest, EveryHostCallLandsInItsOperation) {
   nexhost::Host host;
+  host.keepJournals();
   std::string error;
   auto plugin = nexhost::Plugin::load(MDX_PLUGIN_PATH, &error);
   ASSERT_TRUE(plugin) << error;

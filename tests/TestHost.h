@@ -12,6 +12,7 @@
 class PluginTest : public ::testing::Test {
  protected:
   void SetUp() override {
+    host.keepJournals();
     manager = MdxWifiClientMgr::getInstance();
     manager->initializeLinks(&host.com, &host.timer, &host.supplicant());
   }

@@ -33,6 +33,14 @@ Host::~Host() {
 
 Host* Host::current() { return currentHost; }
 
+void Host::keepJournals() {
+  trace.setKeep(true);
+  logger.setJournal(Logger::Journal::kKeep);
+  modem.setJournal(true);
+  platform.setJournal(true);
+  if (scripted_ != nullptr) scripted_->setJournal(true);
+}
+
 NexMdxDsd& Host::client(int index) {
   while (static_cast<int>(clients_.size()) <= index) {
     clients_.emplace_back(modem, static_cast<int>(clients_.size()));

@@ -356,7 +356,7 @@ Json decodeMessage(const std::string& type, const uint8_t* bytes, std::size_t si
 
 void Modem::receive(int client, const char* type, const void* record, std::size_t size) {
   ++received_;
-  if (!journal_) return;
+  if (!journal_ && !trace_.active()) return;
   ModemMessage message;
   message.client = client;
   message.type = type;
@@ -367,7 +367,7 @@ void Modem::receive(int client, const char* type, const void* record, std::size_
                               {"message", message.type},
                               {"fields", message.fields},
                               {"bytes", hexText(bytes, size)}});
-  messages_.push_back(std::move(message));
+  if (journal_) messages_.push_back(std::move(message));
 }
 
 std::vector<ModemMessage> Modem::messagesOfType(const std::string& type) const {

@@ -133,7 +133,7 @@ int Platform::runForReal(const std::string& line, const NexForkExecOpt* options)
 
 int Platform::forkExec(const char* commandLine, const NexForkExecOpt* options) {
   const std::string line = commandLine != nullptr ? commandLine : "";
-  forked_.push_back(line);
+  if (journal_) forked_.push_back(line);
   if (forkMode == ForkMode::kReal) {
     std::string ran = line;
     for (const auto& [from, to] : commandReplacements) ran = replaceAll(ran, from, to);

@@ -51,7 +51,7 @@ void ScriptedSupplicant::setFailure(supplicantType_t type, const std::string& co
 
 SupplicantBackend::Reply ScriptedSupplicant::command(supplicantType_t type,
                                                      const std::string& text) {
-  commands_.push_back(SentCommand{type, text});
+  if (journal_) commands_.push_back(SentCommand{type, text});
   Reply reply;
   auto it = scripts_.find({type, text});
   if (it != scripts_.end() && !it->second.replies.empty()) {
@@ -82,13 +82,13 @@ bool ScriptedSupplicant::disconnect(supplicantType_t type) {
 }
 
 bool ScriptedSupplicant::setBssidFilter(const std::string& bssids) {
-  bssidFilters_.push_back(bssids);
+  if (journal_) bssidFilters_.push_back(bssids);
   trace().record("supplicant", Json{{"bssid_filter", printableBytes(bssids)}});
   return true;
 }
 
 bool ScriptedSupplicant::setFrequencyFilter(const std::string& frequencies) {
-  frequencyFilters_.push_back(frequencies);
+  if (journal_) frequencyFilters_.push_back(frequencies);
   trace().record("supplicant", Json{{"frequency_filter", printableBytes(frequencies)}});
   return true;
 }

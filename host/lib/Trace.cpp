@@ -3,6 +3,12 @@
 namespace nexhost {
 
 void Trace::record(std::string kind, Json data) {
+  if (!keep_) {
+    if (observer_ != nullptr) {
+      observer_(Event{clock_.now(), std::move(kind), std::move(data)}, observerContext_);
+    }
+    return;
+  }
   events_.push_back(Event{clock_.now(), std::move(kind), std::move(data)});
   if (observer_ != nullptr) observer_(events_.back(), observerContext_);
 }

@@ -49,6 +49,12 @@ class Host {
   // The scripted backend; null when another backend was given.
   ScriptedSupplicant* scripted() { return scripted_; }
 
+  // Keep the whole history: every trace event, log line (formatted whatever its level),
+  // modem message, supplicant command and forked command line, for tests to look at. By
+  // default events only stream to the trace's observer and memory stays flat however long
+  // a run lasts. (The engine's registrations are always kept: they follow the steps.)
+  void keepJournals();
+
   // Whether NexCde::getInstance() finds an engine.
   void setEnginePresent(bool present) { enginePresent_ = present; }
   bool enginePresent() const { return enginePresent_; }

@@ -36,14 +36,15 @@ class Modem {
   std::vector<ModemMessage> messagesOfType(const std::string& type) const;
   void clear() { messages_.clear(); }
 
-  // With the journal off, messages are only counted: neither decoded, traced nor kept.
+  // Messages are traced as they come, and kept in messages() only with the journal on
+  // (tests). With neither the journal nor anyone watching the trace, they are only counted.
   void setJournal(bool keep) { journal_ = keep; }
   std::size_t received() const { return received_; }
 
  private:
   Trace& trace_;
   std::vector<ModemMessage> messages_;
-  bool journal_ = true;
+  bool journal_ = false;
   std::size_t received_ = 0;
 };
 

@@ -37,12 +37,15 @@ class Platform {
   int forkExec(const char* commandLine, const NexForkExecOpt* options);
   std::string lookupOperator(const std::string& iccid) const;
 
+  // Every command line forkExec was given, kept only with the journal on (tests).
   const std::vector<std::string>& forkedCommands() const { return forked_; }
+  void setJournal(bool keep) { journal_ = keep; }
 
  private:
   int runForReal(const std::string& line, const NexForkExecOpt* options);
 
   Trace& trace_;
+  bool journal_ = false;
   std::vector<std::string> forked_;
   std::map<std::string, std::size_t> forkRuns_;  // scripted runs so far, by command line
 };

@@ -57,7 +57,8 @@ class SupplicantBackend {
 };
 
 // Scripted wpa_supplicant: each command text gets a reply, a sequence of replies (the
-// last one repeats), or a failure. Unscripted commands fail. Everything is recorded.
+// last one repeats), or a failure. Unscripted commands fail. Every command is traced, and
+// kept in commands() (with the filters) only with the journal on (tests).
 class ScriptedSupplicant : public SupplicantBackend {
  public:
   ScriptedSupplicant(Trace& trace, Scheduler& scheduler)
@@ -92,6 +93,7 @@ class ScriptedSupplicant : public SupplicantBackend {
   int connects(supplicantType_t type) const;
   int disconnects(supplicantType_t type) const;
   void clearJournal();
+  void setJournal(bool keep) { journal_ = keep; }
 
  private:
   struct Script {
@@ -102,6 +104,7 @@ class ScriptedSupplicant : public SupplicantBackend {
   std::map<std::pair<int, std::string>, Script> scripts_;
   std::map<int, bool> connectResult_;
   std::optional<long long> scanReadyDelay_;
+  bool journal_ = false;
   std::vector<SentCommand> commands_;
   std::vector<std::string> bssidFilters_;
   std::vector<std::string> frequencyFilters_;

@@ -28,11 +28,17 @@ struct Event {
   Json data;
 };
 
+// Hands each event to the observer as it happens (nexhost prints it). Events are kept in
+// events() only when asked (tests): a long run must not grow with its history.
 class Trace {
  public:
   explicit Trace(const Clock& clock) : clock_(clock) {}
 
   void record(std::string kind, Json data);
+  // Whether a recorded event reaches anyone; a producer may skip building one otherwise.
+  bool active() const { return keep_ || observer_ != nullptr; }
+
+  void setKeep(bool keep) { keep_ = keep; }
   const std::vector<Event>& events() const { return events_; }
   void clear() { events_.clear(); }
 
@@ -41,6 +47,7 @@ class Trace {
 
  private:
   const Clock& clock_;
+  bool keep_ = false;
   std::vector<Event> events_;
   void (*observer_)(const Event&, void*) = nullptr;
   void* observerContext_ = nullptr;

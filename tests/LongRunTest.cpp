@@ -1,0 +1,49 @@
+// nexhost over long runs: memory flat in virtual time.
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include "Indications.h"
+#include "MdxWifiClientMgr.h"
+#include "TestHost.h"
+
+namespace {
+
+long long heapInUse() {
+  const struct mallinfo2 info = mallinfo2();
+  return static_cast<long long>(info.uordblks + info.hblkhd);
+}
+
+// A scan measurement with BSS load and a connected one, sampled and reported every unit,
+// watched as nexhost watches them: every event to an observer, warnings and errors traced.
+TEST(LongRunTest, MemoryStaysFlatInVirtualTime) {
+  nexhost::Host host;
+  std::size_t reports = 0;
+  host.trace.setObserver(
+      [](const nexhost::Event& e, void* n) { *static_cast<std::size_t*>(n) += e.kind == "modem"; },
+      &reports);
+  host.logger.setTraceLevel(3);
+  nexhost::ScriptedSupplicant& supplicant = *host.scripted();
+  supplicant.setReply("SCAN", "OK");
+  supplicant.setReply("SCAN_RESULTS", readTestData("hwsim/scan_results.txt"));
+  supplicant.setReply("BSS 02:00:00:00:00:00", readTestData("hwsim/bss.txt"));
+  supplicant.setReply("SIGNAL_POLL", readTestData("hwsim/signal_poll.txt"));
+  supplicant.setReply("STATUS", readTestData("hwsim/status.txt"));
+  supplicant.setScanReadyDelay(0);
+  MdxWifiClientMgr* manager = MdxWifiClientMgr::getInstance();
+  manager->initializeLinks(&host.com, &host.timer, &host.supplicant());
+  auto scan = testind::indication(
+      1, DSD_WIFI_MEAS_PARAM_RSSI_V01 | DSD_WIFI_MEAS_PARAM_BSS_LOAD_V01, {testind::anySsid()});
+  auto link = testind::indication(2, DSD_WIFI_MEAS_PARAM_RSSI_V01, {testind::connected()});
+  for (auto* ind : {&scan, &link}) {
+    testind::setIntervals(*ind, 1, 1);
+    ASSERT_TRUE(manager->startWifiMeasurement(&host.client(), *ind));
+  }
+  host.scheduler.advanceBy(100);  // allocator pools and the plug-in's stores reach their size
+  const long long before = heapInUse();
+  host.scheduler.advanceBy(2000);
+  EXPECT_LT(heapInUse() - before, 64 * 1024);
+  EXPECT_GT(reports, 4000u);
+  manager->stopAllRequests(&host.client());
+}
+
+}  // namespace
