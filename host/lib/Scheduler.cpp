@@ -8,13 +8,20 @@ int Scheduler::addTimer(long long period, int (*callback)(void*), void* context)
   const int id = nextTimerId_++;
   // A period below one unit would fire without end on a virtual clock: run it every unit.
   const long long effective = std::max(period, 1LL);
-  timers_[id] = Timer{effective, clock_.now() + effective, callback, context};
+  const long long due = clock_.now() + effective;
+  timers_[id] = Timer{effective, due, callback, context};
+  timerQueue_.emplace(due, id);
   trace_.record("timer", Json{{"action", "add"}, {"id", id}, {"period", period}});
   return id;
 }
 
 void Scheduler::removeTimer(int id) {
-  const bool existed = timers_.erase(id) != 0;
+  const auto timer = timers_.find(id);
+  const bool existed = timer != timers_.end();
+  if (existed) {
+    timerQueue_.erase({timer->second.due, id});
+    timers_.erase(timer);
+  }
   trace_.record("timer", Json{{"action", "remove"}, {"id", id}, {"existed", existed}});
 }
 
@@ -23,49 +30,38 @@ bool Scheduler::timerActive(int id) const { return timers_.count(id) != 0; }
 std::size_t Scheduler::activeTimers() const { return timers_.size(); }
 
 void Scheduler::scheduleAt(long long at, std::function<void()> action) {
-  events_[nextEventSeq_++] = HostEvent{std::max(at, clock_.now()), std::move(action)};
+  events_.emplace(std::make_pair(std::max(at, clock_.now()), nextEventSeq_++), std::move(action));
 }
 
 std::optional<long long> Scheduler::nextDue() const {
   std::optional<long long> due;
-  for (const auto& [id, t] : timers_) {
-    if (!due || t.due < *due) due = t.due;
-  }
-  for (const auto& [seq, e] : events_) {
-    if (!due || e.due < *due) due = e.due;
+  if (!timerQueue_.empty()) due = timerQueue_.begin()->first;
+  if (!events_.empty() && (!due || events_.begin()->first.first < *due)) {
+    due = events_.begin()->first.first;
   }
   return due;
 }
 
 void Scheduler::advanceTo(long long until) {
   for (;;) {
-    // The earliest due timer (lowest id on ties), then the earliest host event.
-    auto timer = timers_.end();
-    for (auto it = timers_.begin(); it != timers_.end(); ++it) {
-      if (it->second.due <= until && (timer == timers_.end() || it->second.due < timer->second.due)) {
-        timer = it;
-      }
-    }
-    auto event = events_.end();
-    for (auto it = events_.begin(); it != events_.end(); ++it) {
-      if (it->second.due <= until && (event == events_.end() || it->second.due < event->second.due)) {
-        event = it;
-      }
-    }
-    const bool timerFirst = timer != timers_.end() &&
-                            (event == events_.end() || timer->second.due <= event->second.due);
-    if (timerFirst) {
-      Timer& t = timer->second;
-      clock_.set(std::max(clock_.now(), t.due));
-      t.due += t.period;
+    const bool timerDue = !timerQueue_.empty() && timerQueue_.begin()->first <= until;
+    const bool eventDue = !events_.empty() && events_.begin()->first.first <= until;
+    if (timerDue && (!eventDue || timerQueue_.begin()->first <= events_.begin()->first.first)) {
+      const auto [due, id] = *timerQueue_.begin();
+      Timer& t = timers_.at(id);
+      clock_.set(std::max(clock_.now(), due));
+      timerQueue_.erase(timerQueue_.begin());
+      t.due = due + t.period;
+      timerQueue_.emplace(t.due, id);
       // The callback may remove this timer (or others); look nothing up afterwards.
       int (*callback)(void*) = t.callback;
       void* context = t.context;
-      trace_.record("timer", Json{{"action", "fire"}, {"id", timer->first}});
+      trace_.record("timer", Json{{"action", "fire"}, {"id", id}});
       callback(context);
-    } else if (event != events_.end()) {
-      clock_.set(std::max(clock_.now(), event->second.due));
-      std::function<void()> action = std::move(event->second.action);
+    } else if (eventDue) {
+      const auto event = events_.begin();
+      clock_.set(std::max(clock_.now(), event->first.first));
+      std::function<void()> action = std::move(event->second);
       events_.erase(event);
       action();
     } else {

@@ -3,6 +3,8 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
+#include <utility>
 
 #include "nexhost/Trace.h"
 
@@ -38,17 +40,16 @@ class Scheduler {
     int (*callback)(void*);
     void* context;
   };
-  struct HostEvent {
-    long long due;
-    std::function<void()> action;
-  };
 
   Clock& clock_;
   Trace& trace_;
   int nextTimerId_ = 1;
   long long nextEventSeq_ = 0;
   std::map<int, Timer> timers_;
-  std::map<long long, HostEvent> events_;  // by sequence number
+  // What runs next, in due order: timers by (due, id), host events by (due, sequence).
+  // Each firing costs a logarithm of what is pending, however many requests run.
+  std::set<std::pair<long long, int>> timerQueue_;
+  std::map<std::pair<long long, long long>, std::function<void()>> events_;
 };
 
 }  // namespace nexhost
