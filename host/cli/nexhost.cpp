@@ -333,6 +333,7 @@ int runCommand(const std::string& pluginPath, const std::string& file, const Out
   nexhost::Host host;
   nexhost::applyPeers(host, scenario.peers);
   if (!startSession(host, pluginPath, out, &session)) return kExitFailure;
+  session.printer->setFlushEachEvent(false);
   nexhost::runScenario(host, *session.plugin->manager(), scenario);
   return finishReport(session, kExitOk);
 }

@@ -171,7 +171,7 @@ void EventPrinter::print(const Event& event) {
   if (!kinds_.empty() && kinds_.count(event.kind) == 0) return;
   const std::string text = format_ == Format::kText ? EventPrinter::text(event) : jsonLine(event);
   std::fwrite(text.data(), 1, text.size(), out_);
-  std::fflush(out_);
+  if (flushEachEvent_) std::fflush(out_);
 }
 
 void EventPrinter::attach(Trace& trace) {

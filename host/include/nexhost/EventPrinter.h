@@ -19,6 +19,10 @@ class EventPrinter {
 
   // Print only these kinds; empty prints every kind.
   void setKinds(std::set<std::string> kinds) { kinds_ = std::move(kinds); }
+  // Flush after each event (the default: a live run's events show when they happen). A
+  // replay runs as fast as it can and lets stdio buffer: a write per event would be most
+  // of its cost.
+  void setFlushEachEvent(bool flush) { flushEachEvent_ = flush; }
 
   void print(const Event& event);
   // Hooks the printer to a trace, so that events print as they happen.
@@ -31,6 +35,7 @@ class EventPrinter {
   std::FILE* out_;
   Format format_;
   std::set<std::string> kinds_;
+  bool flushEachEvent_ = true;
 };
 
 }  // namespace nexhost
