@@ -14,6 +14,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -35,24 +36,37 @@ std::unique_ptr<ControlSocket> openOrFail(const std::string& path) {
   return socket;
 }
 
-TEST(ControlSocketTest, RequestGetsItsReplyPastUnsolicitedEvents) {
+TEST(ControlSocketTest, RequestGetsItsWholeReplyPastUnsolicitedEvents) {
+  const std::string longest(nexhost::kMaxDatagramBytes, 'x');
   struct Case {
     const char* name;
     std::vector<std::string> datagrams;
+    ControlSocket::Status status;
     std::string reply;
   } cases[] = {
-      {"plain reply", {"PONG\n"}, "PONG\n"},
+      {"plain reply", {"PONG\n"}, ControlSocket::Status::kOk, "PONG\n"},
       {"events before the reply",
-       {"<3>CTRL-EVENT-BSS-ADDED 0 02:00:00:00:00:00", "<2>CTRL-EVENT-SCAN-STARTED ", "PONG\n"},
+       {"<3>CTRL-EVENT-BSS-ADDED 0 02:00:00:00:00:00", "IFNAME=wlan0 <2>CTRL-EVENT-SCAN-STARTED ",
+        "PONG\n"},
+       ControlSocket::Status::kOk,
        "PONG\n"},
-      {"empty reply (BSS of an unknown BSSID)", {""}, ""},
+      {"empty reply (BSS of an unknown BSSID)", {""}, ControlSocket::Status::kOk, ""},
+      {"any byte, a NUL included",
+       {std::string("ssid=a\0b\xff\n", 11)},
+       ControlSocket::Status::kOk,
+       std::string("ssid=a\0b\xff\n", 11)},
+      {"the longest reply taken", {longest}, ControlSocket::Status::kOk, longest},
+      {"one byte longer: refused, not cut",
+       {longest + "y"},
+       ControlSocket::Status::kOversize,
+       "untouched"},
   };
   for (const Case& c : cases) {
     FakeSupplicant server;
     server.on("PING", c.datagrams);
     auto socket = openOrFail(server.path);
-    std::string reply = "stale";
-    EXPECT_EQ(socket->request("PING", &reply, 2000), ControlSocket::Status::kOk) << c.name;
+    std::string reply = "untouched";
+    EXPECT_EQ(socket->request("PING", &reply, 2000), c.status) << c.name;
     EXPECT_EQ(reply, c.reply) << c.name;
   }
 }
@@ -125,10 +139,10 @@ class LiveSupplicantTest : public ::testing::Test {
     ASSERT_TRUE(live.open(&error)) << error;
   }
   // Waits until the event socket is readable, then lets the backend handle it.
-  int handleEventsSoon() {
+  int handleEventsSoon(const std::function<void()>& beforeEach = nullptr) {
     pollfd p{live.eventFd(), POLLIN, 0};
     poll(&p, 1, 2000);
-    return live.handleEvents();
+    return live.handleEvents(beforeEach);
   }
 
   FakeSupplicant server;
@@ -137,14 +151,25 @@ class LiveSupplicantTest : public ::testing::Test {
   nexhost::LiveSupplicant live{trace, {server.path, "", 2000}};
 };
 
-TEST_F(LiveSupplicantTest, ScanResultsEventOnTheAttachedSocketFiresScanReady) {
+// Results that came while the plug-in was busy are read in one go: one scan-ready.
+TEST_F(LiveSupplicantTest, WaitingScanResultsEventsFireScanReadyOnce) {
   openLive();
   int fired = 0;
   live.registerScanReady([](void*, void* count) { ++*static_cast<int*>(count); }, &fired);
+  std::vector<nexhost::Event> seen;
+  trace.setObserver([](const nexhost::Event& e,
+                       void* out) { static_cast<std::vector<nexhost::Event>*>(out)->push_back(e); },
+                    &seen);
   server.sendEvent("<2>CTRL-EVENT-SCAN-STARTED ");
   server.sendEvent("<2>CTRL-EVENT-SCAN-RESULTS ");
-  EXPECT_EQ(handleEventsSoon(), 1);
+  server.sendEvent("<3>CTRL-EVENT-BSS-ADDED 0 02:00:00:00:00:00");
+  server.sendEvent("<2>CTRL-EVENT-SCAN-RESULTS ");
+  int before = 0;
+  EXPECT_EQ(handleEventsSoon([&] { ++before; }), 1);
   EXPECT_EQ(fired, 1);
+  EXPECT_EQ(before, 4);  // the clock moves before each event
+  ASSERT_EQ(seen.size(), 1u);
+  EXPECT_EQ(seen[0].data["events"], 2);
   const auto requests = server.received();
   EXPECT_EQ(std::count(requests.begin(), requests.end(), "ATTACH"), 1);
 }

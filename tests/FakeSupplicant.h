@@ -20,7 +20,8 @@
 #include <vector>
 
 // Answers each scripted request with its datagrams (events first, if a test wants them
-// in the way); unscripted requests get no answer. ATTACH subscribes the sender.
+// in the way); unscripted requests get no answer. ATTACH subscribes the sender; PING gets
+// PONG. One request at a time, each after its delay, as the real one does.
 class FakeSupplicant {
  public:
   FakeSupplicant() {
@@ -35,12 +36,23 @@ class FakeSupplicant {
     thread_ = std::thread([this] { serve(); });
   }
   ~FakeSupplicant() {
-    stop_ = true;
-    thread_.join();
-    close(fd_);
-    unlink(path.c_str());
+    die(true);
     rmdir(dir_.c_str());
   }
+
+  // Ends like a killed supplicant: its socket closes, and its file stays unless removed.
+  void die(bool removeSocket) {
+    stop_ = true;
+    if (thread_.joinable()) thread_.join();
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (fd_ >= 0) close(fd_);
+    fd_ = -1;
+    if (removeSocket) unlink(path.c_str());
+  }
+  // Stops answering anything, socket open (a hung supplicant).
+  void hang() { hung_ = true; }
+  // Every answer waits this long, unless its request has a delay of its own.
+  void setReplyDelay(int ms) { replyDelayMs_ = ms; }
 
   void on(const std::string& request, std::vector<std::string> datagrams, int delayMs = 0) {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -60,10 +72,12 @@ class FakeSupplicant {
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
   }
+  // To every ATTACHed client; dropped when its queue is full, as the real one does.
   void sendEvent(const std::string& text) {
     std::lock_guard<std::mutex> lock(mutex_);
     for (const sockaddr_un& a : attached_) {
-      sendto(fd_, text.data(), text.size(), 0, reinterpret_cast<const sockaddr*>(&a), sizeof a);
+      sendto(fd_, text.data(), text.size(), MSG_DONTWAIT, reinterpret_cast<const sockaddr*>(&a),
+             sizeof a);
     }
   }
 
@@ -79,23 +93,29 @@ class FakeSupplicant {
       socklen_t fromLen = sizeof from;
       const ssize_t n =
           recvfrom(fd_, buffer, sizeof buffer, 0, reinterpret_cast<sockaddr*>(&from), &fromLen);
-      if (n < 0) continue;
+      if (n < 0 || hung_) continue;
       const std::string request(buffer, static_cast<std::size_t>(n));
       std::unique_lock<std::mutex> lock(mutex_);
       received_.push_back(request);
       std::vector<std::string> answer;
+      int delay = replyDelayMs_;
       if (request == "ATTACH") {
         attached_.push_back(from);
         answer = {"OK\n"};
-      } else if (request == "DETACH") {
+      } else if (request == "DETACH" && script_.count(request) == 0) {
         answer = {"OK\n"};
+      } else if (request == "PING" && script_.count(request) == 0) {
+        answer = {"PONG\n"};
       } else if (script_.count(request) != 0) {
         answer = script_[request];
-        const int delay = delayMs_[request];
-        lock.unlock();
-        std::this_thread::sleep_for(std::chrono::milliseconds(delay));
-        lock.lock();
+        if (delayMs_[request] != 0) delay = delayMs_[request];
       }
+      lock.unlock();
+      const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(delay);
+      while (!stop_ && std::chrono::steady_clock::now() < until) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+      }
+      lock.lock();
       for (const std::string& d : answer) {
         sendto(fd_, d.data(), d.size(), 0, reinterpret_cast<sockaddr*>(&from), fromLen);
       }
@@ -105,6 +125,8 @@ class FakeSupplicant {
   std::string dir_;
   int fd_ = -1;
   std::atomic<bool> stop_{false};
+  std::atomic<bool> hung_{false};
+  std::atomic<int> replyDelayMs_{0};
   std::thread thread_;
   std::mutex mutex_;
   std::map<std::string, std::vector<std::string>> script_;

@@ -399,8 +399,8 @@ int liveCommand(const std::string& pluginPath, LiveOptions options, const Output
   nexhost::LiveRunner::installSignalHandlers();
   nexhost::LiveRunner runner(host, *session.plugin->manager(), *supplicant);
   if (runner.run(steps, endAt) == nexhost::LiveRunner::Outcome::kSupplicantGone) {
-    std::fprintf(stderr, "nexhost: wpa_supplicant at %s went away\n",
-                 options.stationSocket.c_str());
+    std::fprintf(stderr, "nexhost: wpa_supplicant at %s went away: %s; every request stopped\n",
+                 options.stationSocket.c_str(), supplicant->goneReason().c_str());
     return finishReport(session, kExitFailure);
   }
   return finishReport(session, kExitOk);
@@ -442,7 +442,10 @@ int main(int argc, char** argv) {
       ->capture_default_str();
   liveCmd->add_option("--p2p-socket", live.p2pSocket,
                       "the P2P interface's control socket (default: none)");
-  liveCmd->add_option("--ctrl-timeout", live.timeoutMs, "reply timeout of a control request (ms)")
+  liveCmd
+      ->add_option("--ctrl-timeout", live.timeoutMs,
+                   "reply timeout of a control request (ms); a supplicant that leaves PING "
+                   "unanswered this long is taken as gone")
       ->check(CLI::Range(1, 600000))
       ->capture_default_str();
   liveCmd->add_option("--scenario", live.scenario,
@@ -487,7 +490,11 @@ int main(int argc, char** argv) {
       "\nThe BSSID filter becomes \"SET bssid_filter\" (cleared when it names the broadcast\n"
       "BSSID); channel codes become \"SCAN freq=...\" (1 -> 2400-2500, 2 -> 3650-3700,\n"
       "3 -> 5150-5895, 65535 -> no restriction, other codes are MHz, empty items skipped).\n"
-      "A missing socket or a denied permission exits with code 1.\n");
+      "\nA missing socket or a denied permission exits with code 1. So does a supplicant\n"
+      "that goes away during the run (it terminates, its socket refuses commands, or it\n"
+      "leaves PING unanswered for --ctrl-timeout): every request is stopped first.\n"
+      "Ctrl-C, SIGTERM and --duration end the run within a second, even while a command\n"
+      "waits for its reply.\n");
 
   std::string reportInput;
   std::string reportOutput;

@@ -1,21 +1,48 @@
 #include "nexhost/ControlSocket.h"
 
+#include <fcntl.h>
 #include <poll.h>
+#include <stddef.h>  // wpa_ctrl.h uses size_t without declaring it
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
+#include <wpa_ctrl.h>
 
-#include <atomic>
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <ctime>
+
+#include "nexhost/LiveText.h"
 
 namespace nexhost {
 
 namespace {
 
-// wpa_supplicant replies fit in 4096 bytes; the extra room shows a longer one as cut.
-constexpr std::size_t kDatagramRoom = 8192;
+std::string reachError(const std::string& path, int error) {
+  std::string text = "cannot reach wpa_supplicant at " + path + ": " +
+                     (error != 0 ? std::strerror(error) : "the client library could not open it");
+  if (error == ENOENT) text += " (is wpa_supplicant running with this ctrl_interface?)";
+  if (error == EACCES || error == EPERM) text += " (run as root or join the socket's group)";
+  if (error == ECONNREFUSED) text += " (stale socket: nobody listens on it)";
+  return text;
+}
+
+// Errors of a connected datagram socket whose peer closed its socket: the first send
+// after that is refused, later ones find the socket disconnected.
+bool peerGone(int error) {
+  return error == ECONNREFUSED || error == ENOTCONN || error == ECONNRESET || error == EPIPE ||
+         error == ENOENT || error == EDESTADDRREQ;
+}
+
+bool stopHasCome(const StopWhen& stop) {
+  if (stop.atMs >= 0 && monotonicMs() >= stop.atMs) return true;
+  if (stop.fd < 0) return false;
+  pollfd p{stop.fd, POLLIN, 0};
+  return poll(&p, 1, 0) > 0;
+}
+
+}  // namespace
 
 long long monotonicMs() {
   timespec ts{};
@@ -23,97 +50,96 @@ long long monotonicMs() {
   return static_cast<long long>(ts.tv_sec) * 1000 + ts.tv_nsec / 1000000;
 }
 
-bool fillAddress(const std::string& path, sockaddr_un* address) {
-  std::memset(address, 0, sizeof *address);
-  address->sun_family = AF_UNIX;
-  if (path.size() >= sizeof address->sun_path) return false;
-  std::memcpy(address->sun_path, path.c_str(), path.size() + 1);
-  return true;
-}
-
-std::string reachError(const std::string& path, int error) {
-  std::string text = "cannot reach wpa_supplicant at " + path + ": " + std::strerror(error);
-  if (error == ENOENT) text += " (is wpa_supplicant running with this ctrl_interface?)";
-  if (error == EACCES || error == EPERM) text += " (run as root or join the socket's group)";
-  if (error == ECONNREFUSED) text += " (stale socket: nobody listens on it)";
-  return text;
-}
-
-}  // namespace
-
-std::string stripEventLevel(const std::string& datagram) {
-  if (!isUnsolicited(datagram)) return datagram;
-  const std::size_t close = datagram.find('>');
-  return close == std::string::npos ? datagram : datagram.substr(close + 1);
-}
-
 std::unique_ptr<ControlSocket> ControlSocket::open(const std::string& serverPath,
                                                    std::string* error) {
-  sockaddr_un server{};
-  if (!fillAddress(serverPath, &server)) {
-    *error = "control socket path too long: " + serverPath;
+  if (serverPath.size() >= sizeof(sockaddr_un::sun_path)) {
+    *error = "control socket path too long (at most " +
+             std::to_string(sizeof(sockaddr_un::sun_path) - 1) + " bytes): " + serverPath;
     return nullptr;
   }
-  const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  if (fd < 0) {
-    *error = std::string("cannot create a UNIX datagram socket: ") + std::strerror(errno);
-    return nullptr;
-  }
-  // The supplicant answers to our address, so the socket needs a path of its own.
-  static std::atomic<int> counter{0};
-  const std::string localPath =
-      "/tmp/nexhost-" + std::to_string(getpid()) + "-" + std::to_string(counter++);
-  sockaddr_un local{};
-  fillAddress(localPath, &local);
-  unlink(localPath.c_str());
-  if (bind(fd, reinterpret_cast<sockaddr*>(&local), sizeof local) != 0) {
-    *error = "cannot bind " + localPath + ": " + std::strerror(errno);
-    close(fd);
-    return nullptr;
-  }
-  if (connect(fd, reinterpret_cast<sockaddr*>(&server), sizeof server) != 0) {
+  errno = 0;
+  wpa_ctrl* ctrl = wpa_ctrl_open(serverPath.c_str());
+  if (ctrl == nullptr) {
     *error = reachError(serverPath, errno);
-    close(fd);
-    unlink(localPath.c_str());
     return nullptr;
   }
-  return std::unique_ptr<ControlSocket>(new ControlSocket(fd, localPath, serverPath));
+  // hostapd_cli runs as a child: it must not inherit the supplicant's sockets.
+  fcntl(wpa_ctrl_get_fd(ctrl), F_SETFD, FD_CLOEXEC);
+  return std::unique_ptr<ControlSocket>(new ControlSocket(ctrl, serverPath));
 }
 
-ControlSocket::~ControlSocket() {
-  close(fd_);
-  unlink(localPath_.c_str());
+ControlSocket::ControlSocket(wpa_ctrl* ctrl, std::string serverPath)
+    : ctrl_(ctrl), serverPath_(std::move(serverPath)), buffer_(kMaxDatagramBytes + 1) {}
+
+ControlSocket::~ControlSocket() { wpa_ctrl_close(ctrl_); }
+
+int ControlSocket::fd() const { return wpa_ctrl_get_fd(ctrl_); }
+
+ControlSocket::Status ControlSocket::failed(Status status, int error) {
+  failure_ = std::strerror(error);
+  return status;
 }
 
-ControlSocket::Status ControlSocket::receive(std::string* text, long long deadlineMs) {
+ControlSocket::Status ControlSocket::waitFor(short events, long long deadlineMs,
+                                             const StopWhen& stop) {
   for (;;) {
-    long long left = deadlineMs - monotonicMs();
-    if (left < 0) left = 0;
-    pollfd p{fd_, POLLIN, 0};
-    const int ready = poll(&p, 1, static_cast<int>(left));
+    long long until = deadlineMs;
+    bool untilIsStop = false;
+    if (stop.atMs >= 0 && stop.atMs <= until) {
+      until = stop.atMs;
+      untilIsStop = true;
+    }
+    const long long left = until - monotonicMs();
+    pollfd fds[2] = {{fd(), events, 0}, {stop.fd, POLLIN, 0}};
+    const int ready = poll(fds, stop.fd >= 0 ? 2 : 1,
+                           static_cast<int>(std::max(0LL, std::min<long long>(left, INT_MAX))));
     if (ready < 0 && errno == EINTR) continue;
-    if (ready < 0) return Status::kError;
-    if (ready == 0) return Status::kTimeout;
-    char buffer[kDatagramRoom];
-    const ssize_t n = recv(fd_, buffer, sizeof buffer, 0);
-    if (n < 0 && (errno == EINTR || errno == EAGAIN)) continue;
-    if (n < 0) return Status::kError;
-    text->assign(buffer, static_cast<std::size_t>(n));
-    return Status::kOk;
+    if (ready < 0) return failed(Status::kError, errno);
+    if (stop.fd >= 0 && fds[1].revents != 0) return Status::kStopped;
+    // An error condition counts as ready: the read or write that follows says what it is.
+    if (fds[0].revents != 0) return Status::kOk;
+    if (ready == 0 && left <= 0) return untilIsStop ? Status::kStopped : Status::kTimeout;
   }
 }
 
-ControlSocket::Status ControlSocket::request(const std::string& command, std::string* reply,
-                                             int timeoutMs) {
-  // A reply that came after an earlier request gave up must not answer this one.
-  char stale[kDatagramRoom];
-  while (recv(fd_, stale, sizeof stale, MSG_DONTWAIT) > 0) {
-  }
-  if (send(fd_, command.data(), command.size(), 0) < 0) return Status::kError;
-  const long long deadline = monotonicMs() + timeoutMs;
+ControlSocket::Status ControlSocket::send(const std::string& command, long long deadlineMs,
+                                          const StopWhen& stop) {
+  if (stopHasCome(stop)) return Status::kStopped;
   for (;;) {
+    if (::send(fd(), command.data(), command.size(), MSG_NOSIGNAL) >= 0) return Status::kOk;
+    const int error = errno;
+    if (error == EINTR) continue;
+    if (error == EAGAIN || error == EWOULDBLOCK) {
+      // The supplicant's queue is full: it is busy, not gone. Wait until it takes more.
+      const Status status = waitFor(POLLOUT, deadlineMs, stop);
+      if (status != Status::kOk) return status;
+      continue;
+    }
+    return failed(peerGone(error) ? Status::kGone : Status::kError, error);
+  }
+}
+
+ControlSocket::Status ControlSocket::receiveNow(std::string* datagram) {
+  std::size_t length = buffer_.size();
+  while (wpa_ctrl_recv(ctrl_, buffer_.data(), &length) != 0) {
+    const int error = errno;
+    if (error == EINTR) continue;
+    if (error == EAGAIN || error == EWOULDBLOCK) return Status::kTimeout;
+    return failed(peerGone(error) ? Status::kGone : Status::kError, error);
+  }
+  if (length > kMaxDatagramBytes) return Status::kOversize;
+  datagram->assign(buffer_.data(), length);
+  return Status::kOk;
+}
+
+ControlSocket::Status ControlSocket::awaitReply(std::string* reply, long long deadlineMs,
+                                                const StopWhen& stop) {
+  for (;;) {
+    Status status = waitFor(POLLIN, deadlineMs, stop);
+    if (status != Status::kOk) return status;
     std::string datagram;
-    const Status status = receive(&datagram, deadline);
+    status = receiveNow(&datagram);
+    if (status == Status::kTimeout) continue;  // woken, but someone else took it
     if (status != Status::kOk) return status;
     if (isUnsolicited(datagram)) continue;
     *reply = std::move(datagram);
@@ -121,30 +147,31 @@ ControlSocket::Status ControlSocket::request(const std::string& command, std::st
   }
 }
 
-bool ControlSocket::attach(int timeoutMs, std::string* error) {
-  std::string reply;
-  const Status status = request("ATTACH", &reply, timeoutMs);
-  if (status == Status::kOk && reply.compare(0, 2, "OK") == 0) return true;
+ControlSocket::Status ControlSocket::request(const std::string& command, std::string* reply,
+                                             int timeoutMs, const StopWhen& stop) {
+  // A reply that came after an earlier request gave up must not answer this one.
+  std::string stale;
+  for (;;) {
+    const Status status = receiveNow(&stale);
+    if (status != Status::kOk && status != Status::kOversize) break;
+  }
+  const long long deadline = monotonicMs() + timeoutMs;
+  const Status status = send(command, deadline, stop);
+  if (status != Status::kOk) return status;
+  return awaitReply(reply, deadline, stop);
+}
+
+bool ControlSocket::attach(std::string* error) {
+  const int result = wpa_ctrl_attach(ctrl_);
+  if (result == 0) return true;
   *error = "wpa_supplicant at " + serverPath_ + " refused ATTACH" +
-           (status == Status::kTimeout ? " (no answer)" : ": " + reply);
+           (result == -2 ? " (no answer in 10 s)" : "");
   return false;
 }
 
 void ControlSocket::detach(int timeoutMs) {
   std::string reply;
   request("DETACH", &reply, timeoutMs);
-}
-
-ControlSocket::Status ControlSocket::receiveEvent(std::string* event, int timeoutMs) {
-  const long long deadline = monotonicMs() + timeoutMs;
-  for (;;) {
-    std::string datagram;
-    const Status status = receive(&datagram, deadline);
-    if (status != Status::kOk) return status;
-    if (!isUnsolicited(datagram)) continue;  // a late reply to ATTACH or DETACH
-    *event = stripEventLevel(datagram);
-    return Status::kOk;
-  }
 }
 
 }  // namespace nexhost

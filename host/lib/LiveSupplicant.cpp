@@ -1,10 +1,6 @@
 #include "nexhost/LiveSupplicant.h"
 
-#include <strings.h>
-
-#include <cstdlib>
-#include <set>
-#include <vector>
+#include <algorithm>
 
 #include "nexhost/Modem.h"
 
@@ -12,73 +8,17 @@ namespace nexhost {
 
 namespace {
 
-constexpr const char* kScanResultsEvent = "CTRL-EVENT-SCAN-RESULTS";
-constexpr const char* kTerminatingEvent = "CTRL-EVENT-TERMINATING";
-
-std::vector<std::string> splitItems(const std::string& text) {
-  std::vector<std::string> items;
-  std::size_t start = 0;
-  for (;;) {
-    const std::size_t comma = text.find(',', start);
-    std::string item = text.substr(start, comma == std::string::npos ? comma : comma - start);
-    const std::size_t first = item.find_first_not_of(" \t");
-    const std::size_t last = item.find_last_not_of(" \t");
-    if (first != std::string::npos) items.push_back(item.substr(first, last - first + 1));
-    if (comma == std::string::npos) return items;
-    start = comma + 1;
-  }
-}
-
-// A whole band as the range of its edges in MHz.
-const char* bandRange(unsigned long code) {
-  switch (code) {
-    case 1:
-      return "2400-2500";
-    case 2:
-      return "3650-3700";
-    case 3:
-      return "5150-5895";
-    default:
-      return nullptr;
-  }
-}
-
-constexpr unsigned long kAnyFrequency = 65535;
+// DETACH at the end waits no longer than this: a supplicant that does not answer it
+// must not hold the exit.
+constexpr int kDetachWaitMs = 200;
 
 }  // namespace
-
-std::string scanFrequencies(const std::string& filter) {
-  std::string list;
-  std::set<std::string> seen;
-  for (const std::string& item : splitItems(filter)) {
-    char* end = nullptr;
-    const unsigned long code = std::strtoul(item.c_str(), &end, 10);
-    if (end == item.c_str() || *end != '\0' || code == 0 || code > kAnyFrequency) continue;
-    if (code == kAnyFrequency) return "";
-    const char* band = bandRange(code);
-    const std::string range = band != nullptr ? band : std::to_string(code);
-    if (!seen.insert(range).second) continue;
-    if (!list.empty()) list += ",";
-    list += range;
-  }
-  return list;
-}
-
-std::string bssidFilterValue(const std::string& filter) {
-  std::string value;
-  for (const std::string& item : splitItems(filter)) {
-    if (strcasecmp(item.c_str(), "ff:ff:ff:ff:ff:ff") == 0) return "";
-    if (!value.empty()) value += " ";
-    value += item;
-  }
-  return value;
-}
 
 LiveSupplicant::LiveSupplicant(Trace& trace, Options options)
     : SupplicantBackend(trace), options_(std::move(options)) {}
 
 LiveSupplicant::~LiveSupplicant() {
-  if (events_) events_->detach(options_.timeoutMs);
+  if (events_ && !gone()) events_->detach(std::min(options_.timeoutMs, kDetachWaitMs));
 }
 
 bool LiveSupplicant::open(std::string* error) {
@@ -86,7 +26,7 @@ bool LiveSupplicant::open(std::string* error) {
   if (!station_) return false;
   events_ = ControlSocket::open(options_.stationPath, error);
   if (!events_) return false;
-  if (!events_->attach(options_.timeoutMs, error)) {
+  if (!events_->attach(error)) {
     events_.reset();
     return false;
   }
@@ -97,26 +37,87 @@ ControlSocket* LiveSupplicant::socketFor(supplicantType_t type) {
   return type == SUPPLICANT_P2P ? p2p_.get() : station_.get();
 }
 
+void LiveSupplicant::markGone(const std::string& reason) {
+  if (goneReason_.empty()) goneReason_ = reason;
+}
+
+void LiveSupplicant::setStopWhen(StopWhen stop) {
+  stop_ = stop;
+  stopped_ = false;
+}
+
 SupplicantBackend::Reply LiveSupplicant::command(supplicantType_t type, const std::string& text) {
   std::string wire = text;
   if (text == NexSupplicantWrapper::scanCmd && !scanFrequencies_.empty()) {
     wire += " freq=" + scanFrequencies_;
   }
   Reply reply;
-  Json record{{"interface", interfaceName(type)}, {"command", printableBytes(wire)}};
+  std::string error;
   ControlSocket* socket = socketFor(type);
   if (socket == nullptr) {
-    record["error"] = "not connected";
+    error = "not connected";
+  } else if (gone()) {
+    error = "supplicant gone";
+  } else if (stopped_) {
+    error = "stopped";
   } else {
-    const ControlSocket::Status status = socket->request(wire, &reply.text, options_.timeoutMs);
-    if (status == ControlSocket::Status::kTimeout) record["error"] = "timeout";
-    if (status == ControlSocket::Status::kError) record["error"] = "socket error";
-    // The supplicant answers a refused command with FAIL... or UNKNOWN COMMAND.
-    reply.ok = status == ControlSocket::Status::kOk && reply.text.compare(0, 4, "FAIL") != 0 &&
-               reply.text.compare(0, 15, "UNKNOWN COMMAND") != 0;
+    switch (socket->request(wire, &reply.text, options_.timeoutMs, stop_)) {
+      case ControlSocket::Status::kOk:
+        reply.ok = !replyRefused(reply.text);
+        break;
+      case ControlSocket::Status::kTimeout:
+        error = "timeout";
+        break;
+      case ControlSocket::Status::kStopped:
+        error = "stopped";
+        stopped_ = true;
+        break;
+      case ControlSocket::Status::kOversize:
+        error = "reply over " + std::to_string(kMaxDatagramBytes) + " bytes";
+        break;
+      case ControlSocket::Status::kGone:
+        error = "supplicant gone";
+        if (type == SUPPLICANT_P2P) {
+          p2p_.reset();  // the P2P interface went; the station may live on
+        } else {
+          markGone("its control socket refuses commands (" + socket->failure() + ")");
+        }
+        break;
+      case ControlSocket::Status::kError:
+        error = "socket error: " + socket->failure();
+        break;
+    }
   }
+  Json record{{"interface", interfaceName(type)}, {"command", printableBytes(wire)}};
+  if (!error.empty()) record["error"] = error;
   recordCommand(std::move(record), text, reply);
   return reply;
+}
+
+bool LiveSupplicant::checkAlive() {
+  if (gone()) return false;
+  if (stopped_ || !station_) return true;
+  const long long deadline = monotonicMs() + options_.timeoutMs;
+  std::string reply;
+  ControlSocket::Status status = station_->request("PING", &reply, options_.timeoutMs, stop_);
+  // A reply to an earlier command that gave up may come first: wait on for the PONG.
+  while ((status == ControlSocket::Status::kOk && reply.compare(0, 4, "PONG") != 0) ||
+         status == ControlSocket::Status::kOversize) {
+    status = station_->awaitReply(&reply, deadline, stop_);
+  }
+  switch (status) {
+    case ControlSocket::Status::kTimeout:
+      markGone("no answer to PING in " + std::to_string(options_.timeoutMs) + " ms");
+      return false;
+    case ControlSocket::Status::kGone:
+      markGone("its control socket refuses commands (" + station_->failure() + ")");
+      return false;
+    case ControlSocket::Status::kStopped:
+      stopped_ = true;
+      return true;
+    default:
+      return true;
+  }
 }
 
 bool LiveSupplicant::connect(supplicantType_t type) {
@@ -126,7 +127,7 @@ bool LiveSupplicant::connect(supplicantType_t type) {
     if (!p2p_ && !options_.p2pPath.empty()) p2p_ = ControlSocket::open(options_.p2pPath, &error);
     ok = p2p_ != nullptr;
   } else {
-    ok = station_ != nullptr;
+    ok = station_ != nullptr && !gone();
   }
   trace().record("supplicant", Json{{"interface", interfaceName(type)}, {"connect", ok}});
   return ok;
@@ -150,20 +151,40 @@ bool LiveSupplicant::setFrequencyFilter(const std::string& frequencies) {
   return true;
 }
 
-int LiveSupplicant::handleEvents() {
+int LiveSupplicant::handleEvents(const std::function<void()>& beforeEach) {
   if (!events_) return 0;
-  int scans = 0;
-  std::string event;
-  for (;;) {
-    const ControlSocket::Status status = events_->receiveEvent(&event, 0);
-    if (status == ControlSocket::Status::kError) return -1;
-    if (status == ControlSocket::Status::kTimeout) return scans;
-    if (event.compare(0, std::string(kTerminatingEvent).size(), kTerminatingEvent) == 0) return -1;
-    if (event.compare(0, std::string(kScanResultsEvent).size(), kScanResultsEvent) == 0) {
-      ++scans;
-      fireScanReady();
+  int scanResults = 0;
+  for (int handled = 0; handled < kMaxEventsPerWake && !gone() && !stopped_; ++handled) {
+    std::string datagram;
+    const ControlSocket::Status status = events_->receiveNow(&datagram);
+    if (status == ControlSocket::Status::kTimeout) break;  // none waiting
+    if (status == ControlSocket::Status::kGone || status == ControlSocket::Status::kError) {
+      markGone("its event socket failed (" + events_->failure() + ")");
+      break;
+    }
+    if (beforeEach) beforeEach();
+    if (status == ControlSocket::Status::kOversize) {
+      trace().record("supplicant",
+                     Json{{"event", "dropped"},
+                          {"reason", "over " + std::to_string(kMaxDatagramBytes) + " bytes"}});
+      continue;
+    }
+    if (!isUnsolicited(datagram)) continue;  // a late reply to ATTACH
+    switch (eventKind(eventText(datagram))) {
+      case EventKind::kTerminating:
+        markGone("it terminated (CTRL-EVENT-TERMINATING)");
+        break;
+      case EventKind::kScanResults:
+        ++scanResults;
+        break;
+      case EventKind::kOther:
+        break;
     }
   }
+  if (gone()) return -1;
+  if (scanResults == 0 || stopped_) return 0;
+  fireScanReady(scanResults);
+  return 1;
 }
 
 }  // namespace nexhost

@@ -43,6 +43,7 @@ std::optional<long long> Scheduler::nextDue() const {
 }
 
 void Scheduler::advanceTo(long long until) {
+  if (realClock_) clock_.set(std::max(clock_.now(), until));
   for (;;) {
     const bool timerDue = !timerQueue_.empty() && timerQueue_.begin()->first <= until;
     const bool eventDue = !events_.empty() && events_.begin()->first.first <= until;
@@ -51,7 +52,7 @@ void Scheduler::advanceTo(long long until) {
       Timer& t = timers_.at(id);
       clock_.set(std::max(clock_.now(), due));
       timerQueue_.erase(timerQueue_.begin());
-      t.due = due + t.period;
+      t.due = realClock_ ? clock_.now() + t.period : due + t.period;
       timerQueue_.emplace(t.due, id);
       // The callback may remove this timer (or others); look nothing up afterwards.
       int (*callback)(void*) = t.callback;

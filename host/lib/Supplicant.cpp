@@ -30,8 +30,10 @@ void SupplicantBackend::registerScanReady(void (*callback)(void*, void*), void* 
   scanReadyContext_ = context;
 }
 
-void SupplicantBackend::fireScanReady() {
-  trace_.record("supplicant", Json{{"event", "scan-ready"}, {"delivered", scanReady_ != nullptr}});
+void SupplicantBackend::fireScanReady(int events) {
+  Json record{{"event", "scan-ready"}, {"delivered", scanReady_ != nullptr}};
+  if (events > 1) record["events"] = events;
+  trace_.record("supplicant", std::move(record));
   if (scanReady_ != nullptr) scanReady_(nullptr, scanReadyContext_);
 }
 

@@ -12,9 +12,22 @@ namespace nexhost {
 
 // Runs the plug-in in real time: one host timer unit is one second. Steps run when their
 // time has come, timers fire on the wall clock, and supplicant events are handled as they
-// arrive. Ctrl-C (SIGINT) or SIGTERM ends the run after stopping every request.
+// arrive, each at its own time. A late timer fires once and counts its next period from
+// then (Scheduler::setRealClock).
+//
+// The run ends at `endAt`, on SIGINT or SIGTERM, or when the supplicant goes away; then
+// every request is stopped. The end is kept within a second whatever the supplicant does:
+// the stop signal and the end of the run cut a command waiting for its reply, and at most
+// LiveSupplicant::kMaxEventsPerWake events are read between two looks at them.
+//
+// The supplicant is checked with PING before timers or steps run and at least every
+// kLivenessPeriodMs; no PONG within the command timeout means it is gone.
 class LiveRunner {
  public:
+  static constexpr long long kLivenessPeriodMs = 1000;
+  // Stopping every request at the end may wait this long, in all, for the supplicant.
+  static constexpr long long kShutdownGraceMs = 500;
+
   LiveRunner(Host& host, ClientManager& manager, LiveSupplicant& supplicant)
       : host_(host), manager_(manager), supplicant_(supplicant) {}
 

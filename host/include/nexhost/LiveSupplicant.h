@@ -1,35 +1,33 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
 #include "nexhost/ControlSocket.h"
+#include "nexhost/LiveText.h"
 #include "nexhost/Supplicant.h"
 
 namespace nexhost {
-
-// The scan-frequency list of a SCAN command for the plug-in's frequency filter text:
-// comma-separated channel codes, where 1, 2 and 3 are the whole 2.4, 3.6 and 5 GHz bands,
-// 65535 is any frequency (no restriction at all), anything else a frequency in MHz. Empty
-// and unreadable items are skipped, repeats dropped. Empty result: scan everything.
-std::string scanFrequencies(const std::string& filter);
-
-// The value of "SET bssid_filter" for the plug-in's comma-separated BSSID text: the
-// BSSIDs separated by blanks, or empty (no filter) when the text is empty or names the
-// broadcast BSSID, which matches every access point.
-std::string bssidFilterValue(const std::string& filter);
 
 // The supplicant behind real control sockets: commands go to the station or P2P socket;
 // a second, ATTACHed station socket carries events, and CTRL-EVENT-SCAN-RESULTS fires the
 // plug-in's scan-ready callback. The filters become "SET bssid_filter ..." at once and
 // "SCAN freq=..." on the next scan.
+//
+// Once the supplicant is gone (its socket refuses a command, it leaves PING unanswered,
+// or it says CTRL-EVENT-TERMINATING), no command is sent any more: each fails at once.
 class LiveSupplicant : public SupplicantBackend {
  public:
   struct Options {
     std::string stationPath;  // e.g. /var/run/wpa_supplicant/wlan0
     std::string p2pPath;      // empty: the P2P interface is absent
-    int timeoutMs = 3000;
+    int timeoutMs = 3000;     // how long a command waits for its reply
   };
+
+  // At most this many events are handled per call of handleEvents, so that a peer that
+  // sends without pause cannot hold the host.
+  static constexpr int kMaxEventsPerWake = 32;
 
   LiveSupplicant(Trace& trace, Options options);
   ~LiveSupplicant() override;
@@ -43,20 +41,38 @@ class LiveSupplicant : public SupplicantBackend {
   bool setBssidFilter(const std::string& bssids) override;
   bool setFrequencyFilter(const std::string& frequencies) override;
 
+  // What cuts a command's wait for its reply: the stop signal, the end of the run. Once
+  // one has cut a wait, later commands fail at once ("stopped") until the next call.
+  void setStopWhen(StopWhen stop);
+
+  // PING, which must be answered PONG within the command timeout. False when the
+  // supplicant is gone (or already was); true when it answered or a stop cut the wait.
+  bool checkAlive();
+  bool gone() const { return !goneReason_.empty(); }
+  // How the supplicant went away, e.g. "no answer to PING in 3000 ms".
+  const std::string& goneReason() const { return goneReason_; }
+
   // The event socket, for poll(); -1 before open().
   int eventFd() const { return events_ ? events_->fd() : -1; }
-  // Reads every waiting event and fires scan-ready for each CTRL-EVENT-SCAN-RESULTS.
-  // Returns the number of scan-ready events.
-  int handleEvents();
+  // Handles the events waiting on the event socket, at most kMaxEventsPerWake, calling
+  // `beforeEach` before each (live mode moves its clock there). The scan-results events
+  // among them fire scan-ready once: results that came while the plug-in was busy are
+  // read in one go. Returns the number of scan-ready fired (0 or 1), -1 when the
+  // supplicant is gone.
+  int handleEvents(const std::function<void()>& beforeEach = nullptr);
 
  private:
   ControlSocket* socketFor(supplicantType_t type);
+  void markGone(const std::string& reason);
 
   Options options_;
   std::unique_ptr<ControlSocket> station_;
   std::unique_ptr<ControlSocket> events_;
   std::unique_ptr<ControlSocket> p2p_;
   std::string scanFrequencies_;
+  StopWhen stop_;
+  bool stopped_ = false;
+  std::string goneReason_;
 };
 
 }  // namespace nexhost

@@ -33,6 +33,12 @@ class Scheduler {
   void advanceBy(long long delta) { advanceTo(clock_.now() + delta); }
   std::optional<long long> nextDue() const;
 
+  // A real clock (live mode) can leave the host behind: a slow supplicant, a burst of
+  // events. Then what is late runs at the current time, and a timer that missed periods
+  // fires once and counts its next period from then, instead of firing once per missed
+  // period. A virtual clock is never behind; there every period fires.
+  void setRealClock(bool real) { realClock_ = real; }
+
  private:
   struct Timer {
     long long period;
@@ -50,6 +56,7 @@ class Scheduler {
   // Each firing costs a logarithm of what is pending, however many requests run.
   std::set<std::pair<long long, int>> timerQueue_;
   std::map<std::pair<long long, long long>, std::function<void()>> events_;
+  bool realClock_ = false;
 };
 
 }  // namespace nexhost

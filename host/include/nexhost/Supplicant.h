@@ -38,10 +38,11 @@ class SupplicantBackend {
   virtual bool setFrequencyFilter(const std::string& frequencies) = 0;
 
   // The plug-in's scan-ready callback, fired by the backend (or a test) when results are
-  // ready.
+  // ready. `events`: how many scan-results events this one call answers (live mode reads
+  // the ones that came while the plug-in was busy in one go); recorded when above 1.
   void registerScanReady(void (*callback)(void*, void*), void* context);
   bool scanReadyRegistered() const { return scanReady_ != nullptr; }
-  void fireScanReady();
+  void fireScanReady(int events = 1);
 
   Trace& trace() { return trace_; }
 
