@@ -19,6 +19,8 @@ namespace nexhost {
 
 namespace {
 
+constexpr int kMaxStaleDatagrams = 64;
+
 std::string reachError(const std::string& path, int error) {
   std::string text = "cannot reach wpa_supplicant at " + path + ": " +
                      (error != 0 ? std::strerror(error) : "the client library could not open it");
@@ -149,9 +151,10 @@ ControlSocket::Status ControlSocket::awaitReply(std::string* reply, long long de
 
 ControlSocket::Status ControlSocket::request(const std::string& command, std::string* reply,
                                              int timeoutMs, const StopWhen& stop) {
-  // A reply that came after an earlier request gave up must not answer this one.
+  // A reply that came after an earlier request gave up must not answer this one. (A
+  // bounded drain: a peer that sends without pause cannot hold the request here.)
   std::string stale;
-  for (;;) {
+  for (int dropped = 0; dropped < kMaxStaleDatagrams; ++dropped) {
     const Status status = receiveNow(&stale);
     if (status != Status::kOk && status != Status::kOversize) break;
   }
