@@ -100,6 +100,16 @@ TEST_F(LiveRunnerTest, ScanResultsEventBringsReportsThenTheDurationEndsTheRun) {
   EXPECT_EQ(ofKind("timer").back().data["action"], "remove");
 }
 
+// A report due just as the duration ends is still built from the supplicant's answers.
+TEST_F(LiveRunnerTest, WorkDueAtTheEndOfTheDurationGetsItsAnswers) {
+  LiveRunner runner(host, *manager, *live);
+  EXPECT_EQ(runner.run(measure("connected"), 2), LiveRunner::Outcome::kFinished);
+  const auto reports = ofKind("modem");
+  ASSERT_EQ(reports.size(), 2u);
+  EXPECT_EQ(reports.back().time, 2);
+  EXPECT_EQ(reports.back().data["fields"]["ssid"], "LabNet");
+}
+
 // How a run is ended, and what the supplicant does meanwhile.
 struct EndCase {
   const char* name;

@@ -55,7 +55,7 @@ LiveRunner::Outcome LiveRunner::run(const std::vector<ScenarioStep>& steps,
   host_.scheduler.setRealClock(true);
   const long long startMs = monotonicMs();
   const long long endMs = endAt ? startMs + *endAt * kMsPerUnit : -1;
-  supplicant_.setStopWhen(StopWhen{stopPipe[0], endMs});
+  supplicant_.setStopWhen(StopWhen{stopPipe[0], endAt ? endMs + kEndGraceMs : -1});
   auto elapsedUnits = [&] { return (monotonicMs() - startMs) / kMsPerUnit; };
   long long checkedMs = startMs;  // open() has just heard from the supplicant
   std::size_t next = 0;

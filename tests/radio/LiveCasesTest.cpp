@@ -208,6 +208,7 @@ TEST(LiveSoftAp, AnswersThePluginsCommandLineUnchanged) {
   for (const std::string& line : lines(readResult("cases/default-profile.jsonl"))) {
     const Json event = Json::parse(line, nullptr, false);
     if (event.is_discarded() || event.value("kind", "") != "hostapd") continue;
+    if (!event.contains("command_line")) continue;  // the plug-in asking the chipset type
     ++runs;
     EXPECT_EQ(event["command_line"],
               "hostapd_cli -p /data/vendor/wifi/hostapd/ctrl -s /data/vendor/wifi/hostapd/ctrl"

@@ -25,6 +25,9 @@ namespace nexhost {
 class LiveRunner {
  public:
   static constexpr long long kLivenessPeriodMs = 1000;
+  // What is due when the run's time is up still runs, and its commands get this long past
+  // the end for their answers.
+  static constexpr long long kEndGraceMs = 500;
   // Stopping every request at the end may wait this long, in all, for the supplicant.
   static constexpr long long kShutdownGraceMs = 500;
 
