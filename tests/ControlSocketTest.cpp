@@ -4,9 +4,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -98,40 +96,6 @@ TEST(ControlSocketTest, UnreachableSocketGivesAClearError) {
   EXPECT_NE(error.find("No such file or directory"), std::string::npos) << error;
 }
 
-TEST(ControlSocketTest, DeniedSocketGivesAClearError) {
-  char dir[] = "/tmp/nexhost-test-XXXXXX";
-  ASSERT_NE(mkdtemp(dir), nullptr);
-  chmod(dir, 0755);
-  const std::string path = std::string(dir) + "/wlan0";
-  const int fd = socket(AF_UNIX, SOCK_DGRAM, 0);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-  ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-  chmod(path.c_str(), 0);
-  auto denied = [&] {
-    std::string error;
-    return ControlSocket::open(path, &error) == nullptr &&
-           error.find(path + ": Permission denied") != std::string::npos;
-  };
-  if (geteuid() != 0) {
-    EXPECT_TRUE(denied());
-  } else {
-    // Root is never denied: ask as an unprivileged user.
-    const pid_t child = fork();
-    if (child == 0) {
-      if (setgid(65534) != 0 || setuid(65534) != 0) _exit(2);
-      _exit(denied() ? 0 : 1);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
-  }
-  close(fd);
-  unlink(path.c_str());
-  rmdir(dir);
-}
-
 class LiveSupplicantTest : public ::testing::Test {
  protected:
   void openLive() {
@@ -214,8 +178,6 @@ TEST_F(LiveSupplicantTest, ScanFiltersReachTheSupplicant) {
   } cases[] = {
       {"02:00:00:00:00:00,02:00:00:00:02:00", "2437,5180",
        "SET bssid_filter 02:00:00:00:00:00 02:00:00:00:02:00", "SCAN freq=2437,5180"},
-      {"ff:ff:ff:ff:ff:ff", "1,3", "SET bssid_filter ", "SCAN freq=2400-2500,5150-5895"},
-      {"02:00:00:00:00:00,ff:ff:ff:ff:ff:ff", "65535", "SET bssid_filter ", "SCAN"},
       {"", "", "SET bssid_filter ", "SCAN"},
   };
   for (const Case& c : cases) {

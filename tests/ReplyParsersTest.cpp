@@ -9,29 +9,6 @@ namespace {
 
 using ReplyParsersTest = ParserTest;
 
-TEST_F(ReplyParsersTest, StationRepliesFillOneLinkRecord) {
-  WifiStatus status;
-  status.wifiMode = -1;  // as the station query prepares it
-  parser.parseSignalPollCmdData(readTestData("hwsim/signal_poll.txt").c_str(), status);
-  parser.parseStatusCmdData(readTestData("hwsim/status.txt").c_str(), status);
-  parser.parseBssCmdWifiInfo(readTestData("hwsim/bss.txt").c_str(), status);
-  EXPECT_EQ(status.rssi, -30);
-  EXPECT_EQ(status.frequency, 2437);
-  EXPECT_EQ(status.ssid, "LabNet");
-  EXPECT_EQ(status.bssid, "02:00:00:00:00:00");
-  EXPECT_EQ(status.address, "02:00:00:00:01:00");
-  EXPECT_EQ(status.mode, "station");
-  EXPECT_EQ(status.wpaState, "COMPLETED");
-  EXPECT_EQ(status.ipAddress, "");
-  EXPECT_EQ(status.wifiMode, 5);
-  EXPECT_EQ(status.countryCode, "DE");
-  EXPECT_EQ(status.hessid, "");
-  EXPECT_TRUE(logged("parseSignalPollCmdData sizeof: " + std::to_string(sizeof(char*)), 1));
-  EXPECT_TRUE(logged("Ignoring key: LINKSPEED", 1));
-  EXPECT_TRUE(logged("Ignoring key: wifi_generation ", 0));
-  EXPECT_TRUE(logged("Ignoring key: beacon_ie", 1));
-}
-
 TEST_F(ReplyParsersTest, BssRepliesGiveLoadAndMode) {
   const struct {
     const char* file;

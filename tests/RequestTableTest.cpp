@@ -20,8 +20,7 @@ TEST(RequestKeyTest, OrdersByClientThenIdThenProfileType) {
     WifiMeasurementRequestKey lhs, rhs;
     bool less;
   } cases[] = {
-      {{a, 9, INT32_MAX}, {b, 0, 0}, true},
-      {{a, 1, INT32_MAX}, {a, 2, 0}, true},
+      {{a, 9, INT32_MAX}, {b, 0, 0}, true},    {{a, 1, INT32_MAX}, {a, 2, 0}, true},
       {{a, 0xFFFFFFFFu, 0}, {a, 1, 0}, false},  // ids compare unsigned
       {{a, 0, -1}, {a, 0, 0}, true},            // profile types compare signed
       {{a, 5, 4}, {a, 5, 4}, false},

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <string>
@@ -16,7 +15,6 @@ namespace {
 
 using nexhost::Scenario;
 using nexhost::ScenarioError;
-using nexhost::StepAction;
 namespace limits = nexhost::scenario_limits;
 
 Scenario parse(const std::string& text) {
@@ -36,22 +34,17 @@ TEST(ScenarioLoaderTest, RefusesWithFilePathAndExpectation) {
     std::string path;
     std::string problem;
   } cases[] = {
-      {R"({"steps": [})", "", "line 1, column 12: expected valid JSON"},
       {"{\"steps\": [],\n \"peers\": {},\n}", "", "line 3, column 1: expected valid JSON"},
       {"{}", "steps", "missing; expected a list of steps"},
       {R"({"steps": [], "peer": {}})", "peer",
        "unknown key; expected one of: description, peers, steps"},
       {R"({"steps": [{"stop": {"id": 1}, "stop_all": {}}]})", "steps[0]", "expected one action"},
-      {R"({"steps": [{"at": 2}]})", "steps[0]", "expected one action"},
       {R"({"steps": [{"at": 5, "advance": 1}, {"at": 3, "stop_all": {}}]})", "steps[1].at",
        "expected a time at or after 6 (the previous step's), got 3"},
-      {R"({"steps": [{"at": -1, "stop_all": {}}]})", "steps[0].at", "expected an integer from 0"},
       {start(R"("networks": [{"ssid": ")" + ssid33 + R"("}])"), "steps[0].start.networks[0].ssid",
        "expected a name of at most 32 bytes, \"any\" or \"connected\""},
       {start(R"("networks": [{"ssid": "a", "bssids": [{"bssid": "02:00:00:00:00"}]}])"),
        "steps[0].start.networks[0].bssids[0].bssid", "expected a BSSID like 02:00:00:00:00:00"},
-      {start(R"("networks": [{"ssid": "a", "bssids": [{"bssid": "02:00:00:00:00:0g"}]}])"),
-       "steps[0].start.networks[0].bssids[0].bssid", "expected a BSSID"},
       {start(
            R"("networks": [{"ssid": "a", "bssids": [{"bssid": "ff:ff:ff:ff:ff:ff", "channels": [1, 70000]}]}])"),
        "steps[0].start.networks[0].bssids[0].channels[1]",
@@ -59,27 +52,19 @@ TEST(ScenarioLoaderTest, RefusesWithFilePathAndExpectation) {
       {start(R"("networks": [{"ssid":"a"},{"ssid":"a"},{"ssid":"a"},{"ssid":"a"},{"ssid":"a"},
                              {"ssid":"a"},{"ssid":"a"},{"ssid":"a"},{"ssid":"a"}])"),
        "steps[0].start.networks", "expected a list of at most 8 networks"},
-      {start(R"("alpha": "half")"), "steps[0].start.alpha", "expected a number"},
       {R"({"steps": [{"start": {"id": 1, "quantities": ["rssi", "noise"]}}]})",
        "steps[0].start.quantities[1]", "expected \"rssi\" or \"bss_load\", got \"noise\""},
       {R"({"steps": [{"start": {"id": 1}}]})", "steps[0].start.mask",
        "missing; expected quantities (or a raw mask)"},
-      {R"({"steps": [{"start": {"id": 4294967296, "mask": 1}}]})", "steps[0].start.id",
-       "expected an integer from 0 to 4294967295"},
       {R"({"peers": {"supplicant": {"sta": {"SCAN": {"reply": "OK", "failure": true}}}}, "steps": []})",
        "peers.supplicant.sta.SCAN", "expected exactly one of reply, reply_file, failure"},
       {R"({"peers": {"supplicant": {"sta": {"BSS 02:00:00:00:00:00": 5}}}, "steps": []})",
        "peers.supplicant.sta[\"BSS 02:00:00:00:00:00\"]", "expected a reply"},
-      {R"({"peers": {"supplicant": {"sta": {"STATUS": {"reply_file": "no-such-file.txt"}}}}, "steps": []})",
-       "peers.supplicant.sta.STATUS.reply_file",
-       "expected a readable regular file of at most 1 MiB"},
       {R"({"peers": {"supplicant": {"sta": {"STATUS": {"sequence": []}}}}, "steps": []})",
        "peers.supplicant.sta.STATUS.sequence", "expected a non-empty list"},
       {R"({"peers": {"hostapd": {"hostapd_cli STATUS": {"exit_code": 2147483648}}}, "steps": []})",
        "peers.hostapd[\"hostapd_cli STATUS\"].exit_code",
        "expected an integer from -2147483648 to 2147483647"},
-      {R"({"peers": {"hostapd": {"hostapd_cli STATUS": {"sequence": []}}}, "steps": []})",
-       "peers.hostapd[\"hostapd_cli STATUS\"].sequence", "expected a non-empty list"},
       {R"({"steps": [{"stop": {"record": "01 02"}}]})", "steps[0].stop.record",
        "expected 4 bytes (a measurement stop), got 2"},
       {R"({"steps": [{"set_wqe_profile": {"record": "0102030405060708 0"}}]})",
@@ -91,8 +76,6 @@ TEST(ScenarioLoaderTest, RefusesWithFilePathAndExpectation) {
        "expected \\xNN after a backslash"},
       {start(R"("networks": [{"ssid": ")" + ssid33Bytes + R"("}])"),
        "steps[0].start.networks[0].ssid", "expected a name of at most 32 bytes"},
-      {start(R"("wifi_ident_valid": 256)"), "steps[0].start.wifi_ident_valid",
-       "expected an integer from 0 to 255"},
       {start(R"("alpha": "NaN")"), "steps[0].start.alpha",
        "expected a number, \"nan\", \"inf\" or \"-inf\""},
       {R"({"peers": {"supplicant": {"sta": {"BSS \\x4": "OK"}}}, "steps": []})",
@@ -101,7 +84,6 @@ TEST(ScenarioLoaderTest, RefusesWithFilePathAndExpectation) {
        "steps[0].wqe_profile_init.iccid_bytes", "expected iccid or iccid_bytes, not both"},
       {R"({"steps": [{"wqe_profile_init": {"profile": 4, "iccid_bytes": "0102030405060708090a0b"}}]})",
        "steps[0].wqe_profile_init.iccid_bytes", "expected at most 10 ICCID bytes"},
-      {R"({"peers": {"engine": "yes"}, "steps": []})", "peers.engine", "expected true or false"},
       {R"({"steps": [{"wqe_profile_init": {"profile": 4, "iccid": "89a"}}]})",
        "steps[0].wqe_profile_init.iccid", "expected ICCID digits (at most 20)"},
       {R"({"steps": [{"set_wqe_profile": {"profiles": [3]}}]})",
@@ -113,8 +95,6 @@ TEST(ScenarioLoaderTest, RefusesWithFilePathAndExpectation) {
        "expected \"station\", \"softap\", \"p2p\" or a number"},
       {R"({"steps": [{"wlan_config": {"netType": 1, "ipv4Address": "1.2.3"}}]})",
        "steps[0].wlan_config.ipv4Address", "expected an IPv4 address"},
-      {R"({"steps": [{"wlan_config": {"netType": 1, "ssidText": "0123456789012345678901234567890123456"}}]})",
-       "steps[0].wlan_config.ssidText", "expected a text of at most 34 bytes"},
       {R"({"steps": [{"stop": {"id": 1, "client": 8}}]})", "steps[0].stop.client",
        "expected an integer from 0 to 7"},
   };
@@ -176,10 +156,6 @@ TEST(ScenarioLoaderTest, RefusesHostileFilesInOneLine) {
     std::string path;
     std::string problem;
   } cases[] = {
-      {"a number past a double's range aborted the run", "", R"({"steps": [{"advance": 1e400}]})",
-       "", "line 1, column 24: expected a number from -1.8e308 to 1.8e308, got 1e400"},
-      {"... in any position", "", "{\"steps\": [],\n \"description\": -1e400}", "",
-       "line 2, column 17: expected a number"},
       {"deep nesting overflowed the stack while the error was built", "",
        R"({"steps": [{"advance": )" + deep + "}]}", deepPath, "nested deeper than 32 levels"},
       {"a NUL byte ended the text, the rest was ignored", "",
@@ -188,6 +164,9 @@ TEST(ScenarioLoaderTest, RefusesHostileFilesInOneLine) {
       {"a repeated key silently dropped the first", "",
        R"({"steps": [], "steps": [{"wifi": "on"}]})", "steps", "repeated key"},
       {"... at any depth", "", start(R"("id": 2)"), "steps[0].start.id", "repeated key"},
+      {"a number past a double's range aborted the run", "",
+       "{\"steps\": [],\n \"description\": -1e400}", "",
+       "line 2, column 17: expected a number from -1.8e308 to 1.8e308"},
       {"a float's overflow became infinity", "", start(R"("alpha": 1e39)"), "steps[0].start.alpha",
        "expected a number a float can hold"},
       {"inline replies had no cap", "", status(over1MiB), "peers.supplicant.sta.STATUS",
@@ -224,8 +203,6 @@ TEST(ScenarioLoaderTest, RefusesHostileFilesInOneLine) {
        "peers.supplicant.sta", "(at most 10000)"},
       {"a missing scenario", "/tmp/nexhost-no-such-scenario.json", "", "",
        "cannot read the file: No such file or directory"},
-      {"a directory as the scenario was \"invalid JSON\"", dir, "", "",
-       "cannot read the file: not a regular file (a directory)"},
       {"a FIFO as the scenario", dir + "/fifo", "", "", "not a regular file (a FIFO)"},
       {"a scenario past its cap", dir + "/huge.json", "", "", "larger than 16 MiB"},
   };
@@ -249,37 +226,6 @@ TEST(ScenarioLoaderTest, RefusesHostileFilesInOneLine) {
   }
 }
 
-TEST(ScenarioLoaderTest, StartNetworksBecomeTheModemRecord) {
-  const Scenario s = parse(R"({"steps": [{"start": {"id": 1, "mask": 5, "networks": [
-      {"ssid": "any"},
-      {"ssid": "connected"},
-      {"ssid": "LabNet", "bssids": [{"bssid": "02:00:00:00:0A:ff", "channels": [1, 65535]}]}],
-      "sampling_interval": -1, "alpha": 0.25}}]})");
-  const dsd_start_wifi_meas_ind_msg_v01 ind = s.steps.at(0).start();
-  EXPECT_EQ(ind.meas_param_mask, 5u);
-  EXPECT_EQ(ind.wifi_ident_valid, 1);
-  EXPECT_EQ(ind.wifi_ident_len, 3u);
-  for (char c : ind.wifi_ident[0].ssid_info.ssid) EXPECT_EQ(static_cast<uint8_t>(c), 0xFF);
-  for (char c : ind.wifi_ident[1].ssid_info.ssid) EXPECT_EQ(c, '\0');
-  EXPECT_STREQ(ind.wifi_ident[2].ssid_info.ssid, "LabNet");
-  const dsd_wifi_bssid_type_v01& ap = ind.wifi_ident[2].bssid_list[0];
-  const uint8_t mac[6] = {0x02, 0, 0, 0, 0x0A, 0xFF};
-  EXPECT_EQ(std::memcmp(ap.bssid, mac, 6), 0);
-  EXPECT_EQ(ap.channel_list_len, 2u);
-  EXPECT_EQ(ap.channel_list[1], 65535);
-  EXPECT_EQ(ind.sampling_interval_valid, 1);
-  EXPECT_EQ(ind.sampling_interval, -1);
-  EXPECT_EQ(ind.reporting_interval_valid, 0);
-  EXPECT_EQ(ind.alpha_valid, 1);
-  EXPECT_FLOAT_EQ(ind.alpha, 0.25f);
-}
-
-TEST(ScenarioLoaderTest, StartWithoutNetworksLeavesTheListInvalid) {
-  const Scenario s = parse(start(R"("reporting_interval": 5)"));
-  EXPECT_EQ(s.steps.at(0).start().wifi_ident_valid, 0);
-  EXPECT_EQ(s.steps.at(0).start().meas_param_mask, DSD_WIFI_MEAS_PARAM_RSSI_V01);
-}
-
 TEST(ScenarioLoaderTest, ProfileRecordsArePackedAsTheModemSendsThem) {
   const Scenario s = parse(R"({"steps": [
       {"wqe_profile_init": {"profile": 4, "rssi_low_override": -80, "iccid": "89014103211118510720"}},
@@ -300,35 +246,6 @@ TEST(ScenarioLoaderTest, ProfileRecordsArePackedAsTheModemSendsThem) {
   EXPECT_EQ(odd.iccid[1], 0xF3);  // filler nibble
   EXPECT_EQ(s.steps.at(2).profileMask().profile_mask, (1ull << 32) | (1ull << 63));
   EXPECT_EQ(s.steps.at(3).profileMask().profile_mask, 1ull << 36);
-}
-
-TEST(ScenarioLoaderTest, WlanConfigFieldsLandAtTheirOffsets) {
-  const Scenario s = parse(R"({"steps": [{"wlan_config": {
-      "to": "default", "netType": "softap", "ipv4Address": "192.168.1.2",
-      "ipv6Address": "fe80::1", "linkFlag": true, "enabled": 1,
-      "bssidText": "02:00:00:00:00:00", "ssidText": "LabNet", "dns2Ipv4": "10.0.0.1",
-      "connState": 4, "resultReason": 13, "fullConnection": false,
-      "locationCountryCode": "DE"}}]})");
-  const nexhost::ScenarioStep& step = s.steps.at(0);
-  ASSERT_TRUE(step.configTarget.has_value());
-  EXPECT_EQ(*step.configTarget, "");  // the default profile registers without a name
-  const CasWlanNetConfigType c = step.config();
-  EXPECT_EQ(c.netType, CAS_NET_TYPE_SOFTAP);
-  uint8_t ipv4[4];
-  std::memcpy(ipv4, &c.ipv4Address, 4);
-  EXPECT_EQ(ipv4[0], 192);  // network byte order
-  EXPECT_EQ(ipv4[3], 2);
-  EXPECT_EQ(c.ipv6Address[0], 0xfe);
-  EXPECT_EQ(c.ipv6Address[15], 1);
-  EXPECT_EQ(c.linkFlag, 1);
-  EXPECT_EQ(c.enabled, 1);
-  EXPECT_STREQ(c.bssidText, "02:00:00:00:00:00");
-  EXPECT_STREQ(c.ssidText, "LabNet");
-  EXPECT_EQ(c.dns1Ipv4, 0u);
-  EXPECT_EQ(c.connState, 4);
-  EXPECT_EQ(c.resultReason, 13);
-  EXPECT_EQ(c.locationCountryCode[0], 'D');
-  EXPECT_EQ(c.locationCountryCode[1], 'E');
 }
 
 // What a modem may send that no friendly default produces: flags and counts are taken as
@@ -368,92 +285,6 @@ TEST(ScenarioLoaderTest, FlagsCountsAndBytesAreTakenAsGiven) {
   EXPECT_EQ(init.iccid_len, 511u);
   EXPECT_EQ(init.iccid[0], 0xab);
   EXPECT_EQ(init.iccid[1], 0xcd);
-}
-
-// A record given as hex is the record, byte for byte, whatever its fields say.
-TEST(ScenarioLoaderTest, RecordsAreTheirHexBytes) {
-  const auto startStep = parse(start(R"("networks": [{"ssid": "any"}], "alpha": 0.5)")).steps.at(0);
-  const auto bytes = startStep.start();
-  std::string hex;
-  char pair[4];
-  for (std::size_t i = 0; i < sizeof bytes; ++i) {
-    std::snprintf(pair, sizeof pair, i % 16 ? "%02x" : " %02X",
-                  reinterpret_cast<const uint8_t*>(&bytes)[i]);
-    hex += pair;
-  }
-  const Scenario s = parse(R"({"steps": [{"start": {"client": 3, "record": ")" + hex + R"("}},
-      {"wqe_profile_init": {"record": "ffffffff 09 00 0080 00 00 0000 01 000000 ff000000 0102030405060708090a 0000"}}]})");
-  const auto fromHex = s.steps.at(0).start();
-  EXPECT_EQ(std::memcmp(&fromHex, &bytes, sizeof bytes), 0);
-  EXPECT_EQ(s.steps.at(0).client, 3);
-  const auto init = s.steps.at(1).profileInit();
-  EXPECT_EQ(init.profile_type, 0xffffffffu);
-  EXPECT_EQ(init.rssi_low_override_valid, 9);
-  EXPECT_EQ(init.rssi_low_override, INT16_MIN);
-  EXPECT_EQ(init.iccid_len, 255u);
-  EXPECT_EQ(init.iccid[9], 0x0a);
-}
-
-TEST(ScenarioLoaderTest, HostapdResultsComeInOrderWithAnyExitCode) {
-  const Scenario s = parse(R"({"peers": {"hostapd": {"hostapd_cli \\x5c STATUS": {"sequence": [
-      {"output": "ssid=\\xe9\\x00", "exit_code": -1}, {"exit_code": 300}]}},
-      "operators": {"89": "Caf\u00e9\\xff"}}, "steps": [{"chipset": -4}]})");
-  const auto& results = s.peers.hostapd.at("hostapd_cli \\ STATUS");
-  ASSERT_EQ(results.size(), 2u);
-  EXPECT_EQ(results[0].output, std::string("ssid=\xe9\0", 7));
-  EXPECT_EQ(results[0].exitCode, -1);
-  EXPECT_EQ(results[1].exitCode, 300);
-  EXPECT_EQ(s.peers.operators.at("89"), "Caf\xc3\xa9\xff");
-  EXPECT_EQ(s.steps.at(0).action, StepAction::kChipset);
-  EXPECT_EQ(s.steps.at(0).chipset, -4);
-}
-
-TEST(ScenarioLoaderTest, StepTimesFollowAtAndAdvance) {
-  const Scenario s = parse(R"({"steps": [
-      {"create_default_profile": {}}, {"at": 2, "wifi": "on"}, {"advance": 3},
-      {"scan_ready": {}}, {"at": 9, "stop_all": {"client": 1}}]})");
-  ASSERT_EQ(s.steps.size(), 5u);
-  const long long times[] = {0, 2, 5, 5, 9};
-  for (std::size_t i = 0; i < 5; ++i) EXPECT_EQ(s.steps[i].at, times[i]) << i;
-  EXPECT_EQ(s.steps[2].action, StepAction::kAdvance);
-  EXPECT_EQ(s.steps[4].client, 1);
-  EXPECT_EQ(s.end(), 9);
-}
-
-TEST(ScenarioLoaderTest, RepliesKeepTheirOrderAndFailures) {
-  const Scenario s = parse(R"({"peers": {"supplicant": {
-      "sta": {"SIGNAL_POLL": {"sequence": ["RSSI=-30", {"failure": true}, {"reply": "RSSI=-40"}]}},
-      "p2p": {"STATUS": {"failure": true}},
-      "scan_ready_after": null, "p2p_connects": false}}, "steps": []})");
-  const auto& polls = s.peers.station.at("SIGNAL_POLL");
-  ASSERT_EQ(polls.size(), 3u);
-  EXPECT_TRUE(polls[0].ok);
-  EXPECT_EQ(polls[0].text, "RSSI=-30");
-  EXPECT_FALSE(polls[1].ok);
-  EXPECT_EQ(polls[2].text, "RSSI=-40");
-  EXPECT_FALSE(s.peers.p2p.at("STATUS").at(0).ok);
-  EXPECT_FALSE(s.peers.scanReadyAfter.has_value());
-  EXPECT_FALSE(s.peers.p2pConnects);
-}
-
-TEST(ScenarioLoaderTest, CommandLineRequestNamesTheOptionInErrors) {
-  nexhost::MeasurementOptions options;
-  options.ssid = "any";
-  options.bssids = {"02:00:00:00:00:00"};
-  options.channels = {1, 3};
-  options.bssLoad = true;
-  const nexhost::ScenarioStep step = nexhost::measurementStep(options);
-  EXPECT_EQ(step.start().meas_param_mask, 5u);
-  EXPECT_EQ(step.start().wifi_ident[0].bssid_list[0].channel_list_len, 2u);
-
-  options.bssids = {"02:00"};
-  try {
-    nexhost::measurementStep(options);
-    ADD_FAILURE() << "accepted";
-  } catch (const ScenarioError& e) {
-    EXPECT_EQ(e.path(), "--bssid");
-    EXPECT_NE(std::string(e.what()).find("expected a BSSID"), std::string::npos) << e.what();
-  }
 }
 
 }  // namespace

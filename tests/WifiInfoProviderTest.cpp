@@ -38,21 +38,6 @@ class WifiInfoProviderTest : public PluginTest {
   std::size_t lastGroups = 0;
 };
 
-TEST_F(WifiInfoProviderTest, StationStatusCombinesSignalPollStatusAndBss) {
-  scripted->setReply("SIGNAL_POLL", readTestData("hwsim/signal_poll.txt"));
-  scripted->setReply("STATUS", readTestData("hwsim/status.txt"));
-  scripted->setReply("BSS 02:00:00:00:00:00", readTestData("hwsim/bss.txt"));
-  const WifiStatus status = provider->getSTAStatus();
-  EXPECT_EQ(status.ssid, "LabNet");
-  EXPECT_EQ(status.bssid, "02:00:00:00:00:00");
-  EXPECT_EQ(status.rssi, -30);
-  EXPECT_EQ(status.frequency, 2437);
-  EXPECT_EQ(status.wifiMode, 5);
-  EXPECT_EQ(status.countryCode, "DE");
-  EXPECT_THAT(scripted->commandTexts(),
-              ElementsAre("SIGNAL_POLL", "STATUS", "BSS 02:00:00:00:00:00"));
-}
-
 TEST_F(WifiInfoProviderTest, NotAssociatedSendsNoBssCommand) {
   scripted->setReply("SIGNAL_POLL", "RSSI=-90\n");
   scripted->setReply("STATUS", "wpa_state=SCANNING\naddress=02:00:00:00:01:00\n");
@@ -103,16 +88,6 @@ TEST_F(WifiInfoProviderTest, FailedP2pConnectStillDisconnectsOnce) {
   EXPECT_EQ(scripted->disconnects(SUPPLICANT_P2P), 1);
   EXPECT_EQ(status.wifiMode, 0);
   EXPECT_TRUE(host.logger.contains("Error: connectToSupplicant error"));
-}
-
-TEST_F(WifiInfoProviderTest, SoftApStatusComesFromHostapdCli) {
-  host.platform.forkScripts
-      ["hostapd_cli -p /data/vendor/wifi/hostapd/ctrl -s /data/vendor/wifi/hostapd/ctrl -i wlan0 "
-       "STATUS"] = {{readTestData("hwsim/hostapd_status.txt"), 0}};
-  const WifiStatus status = provider->getAPStatus();
-  EXPECT_EQ(status.ssid, "LabNet");
-  EXPECT_EQ(status.bssid, "02:00:00:00:00:00");
-  EXPECT_EQ(status.frequency, 2437);
 }
 
 TEST_F(WifiInfoProviderTest, BssLoadQueries) {

@@ -7,13 +7,6 @@
 
 namespace {
 
-const char kHostapdStatusWlan0[] =
-    "hostapd_cli -p /data/vendor/wifi/hostapd/ctrl -s /data/vendor/wifi/hostapd/ctrl -i wlan0 "
-    "STATUS";
-const char kHostapdStatusSoftap0[] =
-    "hostapd_cli -p /data/vendor/wifi/hostapd/ctrl -s /data/vendor/wifi/hostapd/ctrl -i softap0 "
-    "STATUS";
-
 class WlanAvailabilityTest : public WqeTest {
  protected:
   void SetUp() override {
@@ -57,32 +50,6 @@ class WlanAvailabilityTest : public WqeTest {
     return fields["ssid"].get<std::string>();
   }
 };
-
-TEST_F(WlanAvailabilityTest, StationRecordJoinsEngineConfigAndLiveStatus) {
-  scriptStation();
-  auto config = station(1, "LabNet");
-  config.fullConnection = 1;
-  config.linkFlag = 1;
-  const auto f = deliver(config).fields;
-  EXPECT_EQ(f["connection_type_valid"], 1);
-  EXPECT_EQ(f["connection_type"], 2);
-  EXPECT_EQ(f["bssid"], "02:00:00:00:00:00");
-  EXPECT_EQ(f["ssid_valid"], 1);
-  EXPECT_EQ(f["ssid_len"], 6);
-  EXPECT_EQ(f["ssid"], "LabNet");
-  EXPECT_EQ(f["station_marker_valid"], 1);
-  EXPECT_EQ(f["station_marker"], 1);
-  EXPECT_EQ(f["frequency_valid"], 1);
-  EXPECT_EQ(f["frequency"], 2437);
-  EXPECT_EQ(f["wifi_mode_valid"], 1);
-  EXPECT_EQ(f["wifi_mode"], 5);  // HT operation element, no VHT
-  EXPECT_EQ(f["link_status_valid"], 1);
-  EXPECT_EQ(f["link_status"], 2);
-  EXPECT_EQ(f["link_flag_valid"], 1);
-  EXPECT_EQ(f["link_flag"], 1);
-  EXPECT_EQ(f["ipv4_addr_valid"], 0);
-  EXPECT_EQ(f["ipv6_addr_valid"], 0);
-}
 
 TEST_F(WlanAvailabilityTest, StationCountryAndHessidComeFromLocationOrTheAccessPoint) {
   std::string withHessid = readTestData("hwsim/bss.txt");
@@ -200,33 +167,6 @@ TEST_F(WlanAvailabilityTest, StationTextsAreReadWithinTheirFields) {
   // The 32 characters went to the cache as well.
   config.connState = 4;
   EXPECT_EQ(ssidOf(config), std::string(32, 'x'));
-}
-
-TEST_F(WlanAvailabilityTest, SoftApReportsHostapdStatusAndItsNameWhenItGoesDown) {
-  for (int chipset : {0, 4}) {
-    SCOPED_TRACE(chipset);
-    host.platform.chipsetType = chipset;
-    host.platform.forkScripts.clear();
-    host.platform.forkScripts[chipset == 4 ? kHostapdStatusSoftap0 : kHostapdStatusWlan0] = {
-        {readTestData("hwsim/hostapd_status.txt"), 0}};
-    auto up = deliver(link(CAS_NET_TYPE_SOFTAP, true)).fields;
-    EXPECT_EQ(up["connection_type"], 3);
-    EXPECT_EQ(up["link_status_valid"], 1);
-    EXPECT_EQ(up["link_status"], 1);
-    EXPECT_EQ(up["ssid"], "LabNet");
-    EXPECT_EQ(up["bssid"], "02:00:00:00:00:00");
-    EXPECT_EQ(up["frequency_valid"], 1);
-    EXPECT_EQ(up["frequency"], 2437);
-    EXPECT_EQ(up["station_marker_valid"], 0);
-    EXPECT_EQ(up["link_flag_valid"], 0);
-    EXPECT_TRUE(host.logger.contains("getting hostapd info"));
-
-    auto down = deliver(link(CAS_NET_TYPE_SOFTAP, false)).fields;
-    EXPECT_EQ(down["link_status"], 0);
-    EXPECT_EQ(down["ssid"], "LabNet");
-    EXPECT_EQ(down["frequency_valid"], 0);
-    EXPECT_EQ(ssidOf(link(CAS_NET_TYPE_SOFTAP, false)), "");  // reported once
-  }
 }
 
 std::string p2pStatus(const char* mode, const char* state, const char* ip) {

@@ -24,10 +24,8 @@ TEST_F(WqeProfileTest, InitCarriesOverridesAndOperatorIntoTheRegistration) {
     const char* operatorName;  // null: the lookup fails and nothing is created
     int16_t wantHigh, wantLow;
   } cases[] = {
-      {4, false, false, 0, "ROW", 1, 1},
       {35, true, true, 0, "ROW", -60, -85},  // the record holds low before high
       {6, false, true, 0, "ROW", -60, 1},
-      {7, false, false, 10, "OperatorA", 1, 1},
       {8, false, false, 0x0304, "OperatorB", 1, 1},  // only the length's low byte counts
       {9, false, false, 2, nullptr, 0, 0},
   };
@@ -56,7 +54,6 @@ TEST_F(WqeProfileTest, InitCarriesOverridesAndOperatorIntoTheRegistration) {
     EXPECT_EQ(call.overrides->rssiLowOverride, c.wantLow);
     setMask(0);
   }
-  EXPECT_TRUE(host.logger.contains("String ICCID 89014103211118510720, String operator OperatorA"));
 }
 
 TEST_F(WqeProfileTest, ProfileNumbersOutsideFourToThirtyFiveAreRefused) {
