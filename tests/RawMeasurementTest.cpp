@@ -59,23 +59,6 @@ class RawMeasurementTest : public PluginTest {
 
 // ---- Decoding the indication
 
-TEST_F(RawMeasurementTest, FilterTextsJoinBssidsAndChannelGroups) {
-  const testind::Mac x = {0xaa, 0xbb, 0xcc, 0, 0, 1}, y = {0, 0, 0, 0, 0, 2},
-                     z = {0, 0, 0, 0, 0, 3};
-  auto raw =
-      worker(indication(1, kRssi, {named("Home", {{x, {2412, 2437}}, {y, {}}, {z, {5180}}})}));
-  raw->parseMeasurementRequestMdxMessage();
-  EXPECT_EQ(raw->bssidFilterText(), "aa:bb:cc:00:00:01,00:00:00:00:00:02,00:00:00:00:00:03");
-  EXPECT_EQ(raw->channelFilterText(), "2412,2437,,5180");
-  ASSERT_EQ(raw->requestReports().size(), 1u);
-  const MeasurementRequestReport& report = raw->requestReports().front();
-  EXPECT_EQ(report.ssid, "Home");
-  EXPECT_TRUE(report.rssiRequested);
-  EXPECT_FALSE(report.bssLoadRequested);
-  EXPECT_EQ(report.bssidChannels.at("aa:bb:cc:00:00:01"), (std::set<uint16_t>{2412, 2437}));
-  EXPECT_TRUE(report.bssidChannels.at("00:00:00:00:00:02").empty());
-}
-
 TEST_F(RawMeasurementTest, DecodingRulesForSsidsBssidsAndChannels) {
   struct Case {
     const char* name;
@@ -84,6 +67,14 @@ TEST_F(RawMeasurementTest, DecodingRulesForSsidsBssidsAndChannels) {
     std::string bssidText, channelText;
     std::set<uint16_t> firstSet;
   } cases[] = {
+      {"BSSIDs join with commas, channel groups too, an empty one included",
+       {named("Home", {{{0xaa, 0xbb, 0xcc, 0, 0, 1}, {2412, 2437}},
+                       {{0, 0, 0, 0, 0, 2}, {}},
+                       {{0, 0, 0, 0, 0, 3}, {5180}}})},
+       {"Home"},
+       "aa:bb:cc:00:00:01,00:00:00:00:00:02,00:00:00:00:00:03",
+       "2412,2437,,5180",
+       {}},
       {"duplicate codes keep their text but collapse in the set",
        {named("N", {{kLabNet, {5180, 2412, 5180}}})},
        {"N"},
@@ -128,6 +119,7 @@ TEST_F(RawMeasurementTest, DecodingRulesForSsidsBssidsAndChannels) {
     EXPECT_EQ(raw->bssidFilterText(), c.bssidText);
     EXPECT_EQ(raw->channelFilterText(), c.channelText);
     EXPECT_EQ(raw->requestReports().front().bssidChannels.begin()->second, c.firstSet);
+    EXPECT_TRUE(raw->requestReports().front().rssiRequested);
     EXPECT_TRUE(raw->requestReports().front().bssLoadRequested);
   }
 }

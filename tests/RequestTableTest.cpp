@@ -66,17 +66,6 @@ TEST_F(RequestTableTest, StoppingAnUnknownIdDoesNothing) {
   ASSERT_EQ(host.logger.lines().size(), 2u);  // the two entry traces, nothing else
 }
 
-TEST_F(RequestTableTest, RefusedStartLeavesNoEntrySoTheIdIsFreeAtOnce) {
-  auto ind = rssiIndication(8);
-  ind.meas_param_mask = 0;
-  EXPECT_FALSE(manager->startWifiMeasurement(&host.client(), ind));
-  EXPECT_EQ(entriesOf(*manager, &host.client()), 0u);
-  ind.meas_param_mask = DSD_WIFI_MEAS_PARAM_RSSI_V01;
-  host.logger.clear();
-  EXPECT_TRUE(manager->startWifiMeasurement(&host.client(), ind));
-  EXPECT_FALSE(host.logger.contains("Measurement ID: 8 already exists"));
-}
-
 TEST_F(RequestTableTest, StopAllKeepsDefaultProfileAndOtherClients) {
   auto ind = rssiIndication(1);
   ASSERT_TRUE(manager->startWifiMeasurement(&host.client(0), ind));
@@ -101,15 +90,6 @@ TEST_F(RequestTableTest, StopAllKeepsDefaultProfileAndOtherClients) {
   EXPECT_EQ(entriesOf(*manager, &host.client(1)), 1u);
   // Leave the default profile to the fixture's clean-up path.
   manager->destroyWqeProfile(&host.client(0), DSD_WQE_PROFILE_DEFAULT_V01);
-}
-
-TEST_F(RequestTableTest, RawEntriesUseMaxProfileTypeAndStateZero) {
-  auto ind = rssiIndication(3);
-  ASSERT_TRUE(manager->startWifiMeasurement(&host.client(), ind));
-  auto it = manager->requests().find({&host.client(), 3, INT32_MAX});
-  ASSERT_NE(it, manager->requests().end());
-  EXPECT_EQ(it->second.state, 0);
-  EXPECT_NE(it->second.request, nullptr);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <string>
 
+#include "nexhost/Modem.h"
 #include "nexhost/Scenario.h"
 
 namespace {
@@ -25,90 +26,27 @@ std::string start(const std::string& fields) {
   return R"({"steps": [{"start": {"id": 1, "quantities": ["rssi"], )" + fields + "}}]}";
 }
 
+// Each line of refused.jsonl: a scenario's text, and the JSON path and expectation its
+// one-line error must name.
 TEST(ScenarioLoaderTest, RefusesWithFilePathAndExpectation) {
-  const std::string ssid33(33, 'a');
-  std::string ssid33Bytes;
-  for (int i = 0; i < 33; ++i) ssid33Bytes += "\\\\xff";  // \\xff, escaped for JSON
-  struct Case {
-    std::string json;
-    std::string path;
-    std::string problem;
-  } cases[] = {
-      {"{\"steps\": [],\n \"peers\": {},\n}", "", "line 3, column 1: expected valid JSON"},
-      {"{}", "steps", "missing; expected a list of steps"},
-      {R"({"steps": [], "peer": {}})", "peer",
-       "unknown key; expected one of: description, peers, steps"},
-      {R"({"steps": [{"stop": {"id": 1}, "stop_all": {}}]})", "steps[0]", "expected one action"},
-      {R"({"steps": [{"at": 5, "advance": 1}, {"at": 3, "stop_all": {}}]})", "steps[1].at",
-       "expected a time at or after 6 (the previous step's), got 3"},
-      {start(R"("networks": [{"ssid": ")" + ssid33 + R"("}])"), "steps[0].start.networks[0].ssid",
-       "expected a name of at most 32 bytes, \"any\" or \"connected\""},
-      {start(R"("networks": [{"ssid": "a", "bssids": [{"bssid": "02:00:00:00:00"}]}])"),
-       "steps[0].start.networks[0].bssids[0].bssid", "expected a BSSID like 02:00:00:00:00:00"},
-      {start(
-           R"("networks": [{"ssid": "a", "bssids": [{"bssid": "ff:ff:ff:ff:ff:ff", "channels": [1, 70000]}]}])"),
-       "steps[0].start.networks[0].bssids[0].channels[1]",
-       "expected an integer from 0 to 65535, got 70000"},
-      {start(R"("networks": [{"ssid":"a"},{"ssid":"a"},{"ssid":"a"},{"ssid":"a"},{"ssid":"a"},
-                             {"ssid":"a"},{"ssid":"a"},{"ssid":"a"},{"ssid":"a"}])"),
-       "steps[0].start.networks", "expected a list of at most 8 networks"},
-      {R"({"steps": [{"start": {"id": 1, "quantities": ["rssi", "noise"]}}]})",
-       "steps[0].start.quantities[1]", "expected \"rssi\" or \"bss_load\", got \"noise\""},
-      {R"({"steps": [{"start": {"id": 1}}]})", "steps[0].start.mask",
-       "missing; expected quantities (or a raw mask)"},
-      {R"({"peers": {"supplicant": {"sta": {"SCAN": {"reply": "OK", "failure": true}}}}, "steps": []})",
-       "peers.supplicant.sta.SCAN", "expected exactly one of reply, reply_file, failure"},
-      {R"({"peers": {"supplicant": {"sta": {"BSS 02:00:00:00:00:00": 5}}}, "steps": []})",
-       "peers.supplicant.sta[\"BSS 02:00:00:00:00:00\"]", "expected a reply"},
-      {R"({"peers": {"supplicant": {"sta": {"STATUS": {"sequence": []}}}}, "steps": []})",
-       "peers.supplicant.sta.STATUS.sequence", "expected a non-empty list"},
-      {R"({"peers": {"hostapd": {"hostapd_cli STATUS": {"exit_code": 2147483648}}}, "steps": []})",
-       "peers.hostapd[\"hostapd_cli STATUS\"].exit_code",
-       "expected an integer from -2147483648 to 2147483647"},
-      {R"({"steps": [{"stop": {"record": "01 02"}}]})", "steps[0].stop.record",
-       "expected 4 bytes (a measurement stop), got 2"},
-      {R"({"steps": [{"set_wqe_profile": {"record": "0102030405060708 0"}}]})",
-       "steps[0].set_wqe_profile.record",
-       "expected the 8 bytes of a profile selection as hex digit pairs"},
-      {R"({"steps": [{"stop": {"record": "01000000", "id": 1}}]})", "steps[0].stop.id",
-       "unknown key; expected one of: client, record"},
-      {start(R"("networks": [{"ssid": "a\\q"}])"), "steps[0].start.networks[0].ssid",
-       "expected \\xNN after a backslash"},
-      {start(R"("networks": [{"ssid": ")" + ssid33Bytes + R"("}])"),
-       "steps[0].start.networks[0].ssid", "expected a name of at most 32 bytes"},
-      {start(R"("alpha": "NaN")"), "steps[0].start.alpha",
-       "expected a number, \"nan\", \"inf\" or \"-inf\""},
-      {R"({"peers": {"supplicant": {"sta": {"BSS \\x4": "OK"}}}, "steps": []})",
-       "peers.supplicant.sta[\"BSS \\\\x4\"]", "expected \\xNN after a backslash in the key"},
-      {R"({"steps": [{"wqe_profile_init": {"profile": 4, "iccid": "1", "iccid_bytes": "01"}}]})",
-       "steps[0].wqe_profile_init.iccid_bytes", "expected iccid or iccid_bytes, not both"},
-      {R"({"steps": [{"wqe_profile_init": {"profile": 4, "iccid_bytes": "0102030405060708090a0b"}}]})",
-       "steps[0].wqe_profile_init.iccid_bytes", "expected at most 10 ICCID bytes"},
-      {R"({"steps": [{"wqe_profile_init": {"profile": 4, "iccid": "89a"}}]})",
-       "steps[0].wqe_profile_init.iccid", "expected ICCID digits (at most 20)"},
-      {R"({"steps": [{"set_wqe_profile": {"profiles": [3]}}]})",
-       "steps[0].set_wqe_profile.profiles[0]", "expected an integer from 4 to 35"},
-      {R"({"steps": [{"set_wqe_profile": {"mask": "0x1g"}}]})", "steps[0].set_wqe_profile.mask",
-       "expected a 64-bit mask"},
-      {R"({"steps": [{"wifi": "maybe"}]})", "steps[0].wifi", "expected \"on\" or \"off\""},
-      {R"({"steps": [{"wlan_config": {"netType": "mesh"}}]})", "steps[0].wlan_config.netType",
-       "expected \"station\", \"softap\", \"p2p\" or a number"},
-      {R"({"steps": [{"wlan_config": {"netType": 1, "ipv4Address": "1.2.3"}}]})",
-       "steps[0].wlan_config.ipv4Address", "expected an IPv4 address"},
-      {R"({"steps": [{"stop": {"id": 1, "client": 8}}]})", "steps[0].stop.client",
-       "expected an integer from 0 to 7"},
-  };
-  for (const Case& c : cases) {
+  std::ifstream cases(MDX_TEST_DATA_DIR "/scenarios/refused.jsonl");
+  std::string line;
+  int count = 0;
+  while (std::getline(cases, line)) {
+    ++count;
+    const auto c = nexhost::Json::parse(line);
+    const std::string json = c["scenario"], path = c["path"], problem = c["problem"];
     try {
-      parse(c.json);
-      ADD_FAILURE() << "accepted: " << c.json;
+      parse(json);
+      ADD_FAILURE() << "accepted: " << json;
     } catch (const ScenarioError& e) {
       const std::string message = e.what();
-      EXPECT_EQ(e.path(), c.path) << message;
+      EXPECT_EQ(e.path(), path) << message;
       EXPECT_EQ(message.rfind("test.json: ", 0), 0u) << message;
-      EXPECT_NE(message.find(c.problem), std::string::npos) << message;
+      EXPECT_NE(message.find(problem), std::string::npos) << message;
     }
   }
+  EXPECT_GT(count, 20);
 }
 
 std::string repeated(const std::string& item, std::size_t count) {

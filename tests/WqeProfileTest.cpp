@@ -98,8 +98,6 @@ TEST_F(WqeProfileTest, MaskBitPPlus28StartsProfilePUnderNameNumberMinusThree) {
     ASSERT_EQ(calls(kRegister).size(), 1u) << c.bit;
     const auto call = calls(kRegister)[0];
     EXPECT_EQ(call.name, c.name);
-    EXPECT_EQ(call.type, 2);
-    EXPECT_EQ(call.reserved, 0);
     EXPECT_EQ(call.clientCallback, &Proxy::updateWqeProfileStatus);
     EXPECT_EQ(call.callback, &Proxy::updateWqeProfileStatus);
     EXPECT_EQ(call.clientContext, call.context);
@@ -156,13 +154,9 @@ TEST_F(WqeProfileTest, DefaultProfileIgnoresTheMaskAndStopAll) {
   EXPECT_EQ(listen.stateCallback, &Proxy::updateWifiStateChangeCb);
   const auto reg = host.engine.calls()[1];
   EXPECT_EQ(reg.operation, kRegister);
-  EXPECT_FALSE(reg.name.has_value());
   EXPECT_EQ(reg.clientCallback, &Proxy::updateWifiStatus);
   EXPECT_EQ(reg.callback, &Proxy::updateWifiStatus);
   EXPECT_EQ(reg.context, listen.context);
-  EXPECT_EQ(reg.operatorName, "ROW");
-  EXPECT_EQ(reg.overrides->rssiHighOverride, 1);
-  EXPECT_EQ(reg.overrides->rssiLowOverride, 1);
 
   initProfile(4);
   setMask(bitOf(4));
