@@ -151,7 +151,8 @@ TEST_F(RawMeasurementTest, RefusedRequestsArmNothingAndFreeTheirId) {
   for (const Case& c : cases) {
     host.logger.clear();
     EXPECT_FALSE(start(indication(4, c.mask, {anySsid()})));
-    EXPECT_TRUE(host.logger.contains(c.message));
+    ASSERT_TRUE(host.logger.contains(c.message));
+    EXPECT_EQ(host.logger.find(c.message)->level, 1);
     EXPECT_EQ(host.scheduler.activeTimers(), 0u);
     EXPECT_TRUE(scripted->commands().empty());
   }

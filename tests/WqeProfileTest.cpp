@@ -184,6 +184,7 @@ TEST_F(WqeProfileTest, WithoutAnEngineStartsFailAndTheEntryIsGone) {
   EXPECT_EQ(stateOf(4), -1);
   EXPECT_EQ(stateOf(0), -1);
   EXPECT_EQ(host.logger.count("CAS is NULL"), 2u);
+  EXPECT_EQ(host.logger.find("CAS is NULL")->level, 1);
   EXPECT_TRUE(host.logger.contains("Unable to start the request for profile 4"));
   EXPECT_TRUE(host.logger.contains("Unable to start the request for profile 0"));
   // A failed start drops the front without stopping its worker.
