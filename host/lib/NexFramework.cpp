@@ -23,15 +23,14 @@ NexMsg* NexMsg::globalLogger = nullptr;
 
 NexMsg::NexMsg(nexhost::Logger& logger) : logger_(&logger) {}
 
-void NexMsg::print(int level, int module, const char* file, int line, const char* format, ...) {
-  va_list args;
-  va_start(args, format);
+// Formats and hands on a line the logger wants. Kept out of print() so that a dropped
+// line costs only the level test: no va_list set-up, no buffer.
+__attribute__((noinline)) void NexMsg::emit(int level, int module, const char* file, int line,
+                                            const char* format, va_list args) {
   if (!logger_->wants(level)) {
-    if (logger_->journal() == nexhost::Logger::Journal::kFormatOnly) {
-      char text[1024];
-      std::vsnprintf(text, sizeof text, format, args);
-    }
-    va_end(args);
+    // A handset logger formats before it drops: what kFormatOnly measures.
+    char text[1024];
+    std::vsnprintf(text, sizeof text, format, args);
     return;
   }
   va_list copy;
@@ -40,8 +39,18 @@ void NexMsg::print(int level, int module, const char* file, int line, const char
   va_end(copy);
   std::string text(needed > 0 ? static_cast<std::size_t>(needed) : 0, '\0');
   if (needed > 0) std::vsnprintf(&text[0], text.size() + 1, format, args);
-  va_end(args);
   logger_->write(level, module, file, line, std::move(text));
+}
+
+void NexMsg::print(int level, int module, const char* file, int line, const char* format, ...) {
+  // The level is tested first, as a real logger does: a line below it is never formatted.
+  if (!logger_->wants(level) && logger_->journal() != nexhost::Logger::Journal::kFormatOnly) {
+    return;
+  }
+  va_list args;
+  va_start(args, format);
+  emit(level, module, file, line, format, args);
+  va_end(args);
 }
 
 // ---- NexMdxDsd

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdarg>
+
 #include "nex/NexApi.h"
 
 // The host's logger. Every plug-in log line goes through the global logger with a level
@@ -15,5 +17,6 @@ class NEX_API NexMsg {
       __attribute__((format(printf, 6, 7)));
 
  private:
+  void emit(int level, int module, const char* file, int line, const char* format, va_list args);
   nexhost::Logger* logger_;
 };
