@@ -13,6 +13,7 @@
 #include "TestHost.h"
 #include "nexhost/LiveRunner.h"
 #include "nexhost/ScenarioRunner.h"
+#include "nexhost/SessionRecorder.h"
 
 namespace {
 
@@ -108,6 +109,60 @@ TEST_F(LiveRunnerTest, WorkDueAtTheEndOfTheDurationGetsItsAnswers) {
   ASSERT_EQ(reports.size(), 2u);
   EXPECT_EQ(reports.back().time, 2);
   EXPECT_EQ(reports.back().data["fields"]["ssid"], "LabNet");
+}
+
+// A recorded session replays on the virtual clock into the same events at the same times,
+// the modem's bytes included: a filtered scan (its filters sent as live mode sends them)
+// and a connected measurement, answered by the supplicant's results event.
+TEST_F(LiveRunnerTest, RecordedSessionReplaysIntoTheSameEvents) {
+  server.on("SET bssid_filter 02:00:00:00:00:00", {"OK\n"});
+  server.on("SCAN freq=2437", {"OK\n"});
+  std::thread supplicant([this] {
+    if (server.waitFor("SCAN freq=2437", 3000)) server.sendEvent("<2>CTRL-EVENT-SCAN-RESULTS ");
+  });
+  nexhost::MeasurementOptions scan;
+  scan.id = 2;
+  scan.ssid = "LabNet";
+  scan.bssids = {"02:00:00:00:00:00"};
+  scan.channels = {2437};
+  scan.bssLoad = true;
+  scan.reportingInterval = 2;
+  std::vector<nexhost::ScenarioStep> steps = measure("connected");
+  steps.push_back(nexhost::measurementStep(scan));
+  const std::string file = ::testing::TempDir() + "recorded-session.json";
+  nexhost::SessionRecorder recorder(host.clock, file, nullptr);
+  std::string error;
+  ASSERT_TRUE(recorder.open(&error)) << error;
+  recorder.setPlatform(host.platform, host.enginePresent());
+  LiveRunner runner(host, *manager, *live);
+  runner.setRecorder(&recorder);
+  EXPECT_EQ(runner.run(steps, 3), LiveRunner::Outcome::kFinished);
+  supplicant.join();
+  ASSERT_TRUE(recorder.write(&error)) << error;
+
+  const nexhost::Scenario scenario = nexhost::loadScenario(file);
+  std::vector<nexhost::Event> replayed;
+  {
+    nexhost::Host replay;
+    nexhost::applyPeers(replay, scenario.peers);
+    replay.trace.setObserver(
+        [](const nexhost::Event& e, void* out) {
+          static_cast<std::vector<nexhost::Event>*>(out)->push_back(e);
+        },
+        &replayed);
+    nexhost::initializeLinks(replay, *manager);
+    nexhost::runScenario(replay, *manager, scenario);
+  }
+  const auto line = [](const nexhost::Event& e) {
+    nexhost::Json j{{"time", e.time}, {"kind", e.kind}};
+    j.update(e.data);
+    return j.dump();
+  };
+  for (std::size_t i = 0; i < std::min(seen.size(), replayed.size()); ++i) {
+    ASSERT_EQ(line(seen[i]), line(replayed[i])) << "event " << i << " of " << file;
+  }
+  EXPECT_EQ(seen.size(), replayed.size());
+  EXPECT_GE(ofKind("modem").size(), 3u);
 }
 
 // How a run is ended, and what the supplicant does meanwhile.

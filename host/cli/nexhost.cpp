@@ -22,6 +22,7 @@
 #include "nexhost/Report.h"
 #include "nexhost/Scenario.h"
 #include "nexhost/ScenarioRunner.h"
+#include "nexhost/SessionRecorder.h"
 
 namespace {
 
@@ -51,6 +52,7 @@ struct LiveOptions {
   int chipset = 0;
   std::string hostapdCtrl;
   std::vector<std::string> replacements;
+  std::string record;
   nexhost::MeasurementOptions request;
   std::string ssid;
   std::optional<int32_t> sampling;
@@ -381,6 +383,14 @@ int liveCommand(const std::string& pluginPath, LiveOptions options, const Output
     return live;
   });
   std::string error;
+  std::unique_ptr<nexhost::SessionRecorder> recorder;
+  if (!options.record.empty()) {
+    recorder = std::make_unique<nexhost::SessionRecorder>(host.clock, options.record, stderr);
+    if (!recorder->open(&error)) {
+      std::fprintf(stderr, "nexhost: %s\n", error.c_str());
+      return kExitUsage;
+    }
+  }
   if (!supplicant->open(&error)) {
     std::fprintf(stderr, "nexhost: %s\n", error.c_str());
     return kExitFailure;
@@ -395,15 +405,27 @@ int liveCommand(const std::string& pluginPath, LiveOptions options, const Output
     const std::size_t eq = r.find('=');
     host.platform.commandReplacements.emplace_back(r.substr(0, eq), r.substr(eq + 1));
   }
+  if (recorder) {
+    recorder->setDescription("nexhost live session with the wpa_supplicant at " +
+                             nexhost::printableBytes(options.stationSocket) + ", recorded");
+    recorder->setPlatform(host.platform, host.enginePresent());
+  }
   if (!startSession(host, pluginPath, out, &session)) return kExitFailure;
   nexhost::LiveRunner::installSignalHandlers();
   nexhost::LiveRunner runner(host, *session.plugin->manager(), *supplicant);
+  runner.setRecorder(recorder.get());
+  int status = kExitOk;
   if (runner.run(steps, endAt) == nexhost::LiveRunner::Outcome::kSupplicantGone) {
     std::fprintf(stderr, "nexhost: wpa_supplicant at %s went away: %s; every request stopped\n",
                  options.stationSocket.c_str(), supplicant->goneReason().c_str());
-    return finishReport(session, kExitFailure);
+    status = kExitFailure;
   }
-  return finishReport(session, kExitOk);
+  // The recording is written whatever ended the session: a replay shows how it went.
+  if (recorder && !recorder->write(&error)) {
+    std::fprintf(stderr, "nexhost: %s\n", error.c_str());
+    status = kExitFailure;
+  }
+  return finishReport(session, status);
 }
 
 }  // namespace
@@ -480,6 +502,10 @@ int main(int argc, char** argv) {
                    ? std::string("expected FROM=TO")
                    : std::string();
       });
+  liveCmd->add_option("--record", live.record,
+                      "also write the session as a scenario that nexhost run replays: every "
+                      "supplicant reply and hostapd_cli result as received, the steps and "
+                      "scan-results events at their times, the chipset, engine and operators");
   addOutputOptions(liveCmd, &liveOutput);
   liveCmd->footer(
       "\nExamples:\n"
@@ -487,6 +513,13 @@ int main(int argc, char** argv) {
       "  nexhost live --ssid connected --sampling 1 --reporting 5 --alpha 0.8\n"
       "  nexhost live --ssid LabNet --bssid 02:00:00:00:00:00 --channel 1 --duration 60\n"
       "  nexhost live --scenario examples/default-profile.json --hostapd-ctrl /var/run/hostapd\n"
+      "  nexhost live --ssid any --duration 30 --record session.json; nexhost run session.json\n"
+      "\n--record FILE writes the session as a scenario (docs/scenarios.md): nexhost run FILE\n"
+      "then sends the modem the same messages, byte for byte, with the same events at the same\n"
+      "times (a timer that fired late in the session fires on time in the replay). A session\n"
+      "that outgrows what a scenario may hold (16 MiB, 10,000 replies to one command, ...) is\n"
+      "recorded up to there, with a warning; the run goes on. A FILE that cannot be written\n"
+      "is refused before the run (exit code 2).\n"
       "\nThe BSSID filter becomes \"SET bssid_filter\" (cleared when it names the broadcast\n"
       "BSSID); channel codes become \"SCAN freq=...\" (1 -> 2400-2500, 2 -> 3650-3700,\n"
       "3 -> 5150-5895, 65535 -> no restriction, other codes are MHz, empty items skipped).\n"

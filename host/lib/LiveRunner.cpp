@@ -49,9 +49,16 @@ void LiveRunner::installSignalHandlers() {
   sigaction(SIGTERM, &action, nullptr);
 }
 
+void LiveRunner::setRecorder(SessionRecorder* recorder) {
+  recorder_ = recorder;
+  supplicant_.setRecorder(recorder);
+  host_.platform.recorder = recorder;
+}
+
 LiveRunner::Outcome LiveRunner::run(const std::vector<ScenarioStep>& steps,
                                     std::optional<long long> endAt) {
   StepPerformer performer(host_, manager_);
+  performer.setRecorder(recorder_);
   host_.scheduler.setRealClock(true);
   const long long startMs = monotonicMs();
   const long long endMs = endAt ? startMs + *endAt * kMsPerUnit : -1;

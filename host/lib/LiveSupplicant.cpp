@@ -52,7 +52,7 @@ SupplicantBackend::Reply LiveSupplicant::command(supplicantType_t type, const st
     wire += " freq=" + scanFrequencies_;
   }
   Reply reply;
-  std::string error;
+  std::string& error = reply.error;
   ControlSocket* socket = socketFor(type);
   if (socket == nullptr) {
     error = "not connected";
@@ -88,9 +88,9 @@ SupplicantBackend::Reply LiveSupplicant::command(supplicantType_t type, const st
         break;
     }
   }
-  Json record{{"interface", interfaceName(type)}, {"command", printableBytes(wire)}};
-  if (!error.empty()) record["error"] = error;
-  recordCommand(std::move(record), text, reply);
+  recordCommand(Json{{"interface", interfaceName(type)}, {"command", printableBytes(wire)}}, text,
+                reply);
+  if (recorder_ != nullptr) recorder_->supplicantReply(type, wire, reply);
   return reply;
 }
 
@@ -126,6 +126,7 @@ bool LiveSupplicant::connect(supplicantType_t type) {
     std::string error;
     if (!p2p_ && !options_.p2pPath.empty()) p2p_ = ControlSocket::open(options_.p2pPath, &error);
     ok = p2p_ != nullptr;
+    if (recorder_ != nullptr) recorder_->p2pConnect(ok);
   } else {
     ok = station_ != nullptr && !gone();
   }
@@ -183,6 +184,7 @@ int LiveSupplicant::handleEvents(const std::function<void()>& beforeEach) {
   }
   if (gone()) return -1;
   if (scanResults == 0 || stopped_) return 0;
+  if (recorder_ != nullptr) recorder_->scanResults(scanResults);
   fireScanReady(scanResults);
   return 1;
 }

@@ -14,6 +14,7 @@
 #include <sstream>
 
 #include "nexhost/Modem.h"
+#include "nexhost/SessionRecorder.h"
 
 extern char** environ;
 
@@ -88,7 +89,8 @@ void writeOutput(const std::string& output, const NexForkExecOpt* options) {
 
 }  // namespace
 
-int Platform::runForReal(const std::string& line, const NexForkExecOpt* options) {
+int Platform::runForReal(const std::string& line, const NexForkExecOpt* options,
+                         std::string* output) {
   const std::vector<std::string> args = splitArguments(line);
   if (args.empty()) {
     writeOutput("", options);
@@ -120,14 +122,13 @@ int Platform::runForReal(const std::string& line, const NexForkExecOpt* options)
   const bool wantOutput =
       options != nullptr && options->outputBuffer != nullptr && options->outputCapacity > 0;
   const std::size_t room = wantOutput ? static_cast<std::size_t>(options->outputCapacity) - 1 : 0;
-  std::string output;
-  const bool finished = readOutput(pipeFds[0], room, monotonicMs() + forkTimeoutMs, &output);
+  const bool finished = readOutput(pipeFds[0], room, monotonicMs() + forkTimeoutMs, output);
   close(pipeFds[0]);
   if (!finished) kill(pid, SIGKILL);
   int status = 0;
   while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
   }
-  writeOutput(output, options);
+  writeOutput(*output, options);
   return finished ? exitCodeOf(status) : kTimedOut;
 }
 
@@ -137,21 +138,28 @@ int Platform::forkExec(const char* commandLine, const NexForkExecOpt* options) {
   if (forkMode == ForkMode::kReal) {
     std::string ran = line;
     for (const auto& [from, to] : commandReplacements) ran = replaceAll(ran, from, to);
-    const int code = runForReal(ran, options);
-    Json record{{"command_line", printableBytes(line)}, {"exit_code", code}};
-    if (ran != line) record["ran"] = printableBytes(ran);
+    ForkResult result;
+    result.exitCode = runForReal(ran, options, &result.output);
+    if (ran != line) result.ran = ran;
+    if (recorder != nullptr) recorder->hostapdResult(line, result);
+    Json record{{"command_line", printableBytes(line)}, {"exit_code", result.exitCode}};
+    if (!result.ran.empty()) record["ran"] = printableBytes(result.ran);
     trace_.record("hostapd", std::move(record));
-    return code;
+    return result.exitCode;
   }
   int code = kNotScripted;
+  std::string ran;
   auto it = forkScripts.find(line);
   if (it != forkScripts.end() && !it->second.empty()) {
     const std::size_t run = forkRuns_[line]++;
     const ForkResult& result = it->second[std::min(run, it->second.size() - 1)];
     writeOutput(result.output, options);
     code = result.exitCode;
+    ran = result.ran;
   }
-  trace_.record("hostapd", Json{{"command_line", printableBytes(line)}, {"exit_code", code}});
+  Json record{{"command_line", printableBytes(line)}, {"exit_code", code}};
+  if (!ran.empty()) record["ran"] = printableBytes(ran);
+  trace_.record("hostapd", std::move(record));
   return code;
 }
 

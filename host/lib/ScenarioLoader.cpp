@@ -464,6 +464,9 @@ class Loader {
   void readAdvance(const Node& n, ScenarioStep* step) {
     step->at += n.integer(0, kLatestTime - step->at);
   }
+  void readScanResults(const Node& n, ScenarioStep* step) {
+    step->events = static_cast<int>(n.integer(1, INT32_MAX));
+  }
   void readChipset(const Node& n, ScenarioStep* step) {
     step->chipset = static_cast<int>(n.integer(INT32_MIN, INT32_MAX));
   }
@@ -479,10 +482,11 @@ class Loader {
   // {"record": "<hex>"} (with the client) instead of the fields: the indication's exact
   // bytes. False when the step gives fields.
   template <typename Record>
-  bool readRecord(const Node& n, ScenarioStep* step, const std::string& what) {
+  bool readRecord(const Node& n, ScenarioStep* step, const std::string& what,
+                  std::initializer_list<const char*> keys = {"client", "record"}) {
     const auto hex = n.find("record");
     if (!hex) return false;
-    n.requireObject(what + " record {\"record\"}", {"client", "record"});
+    n.requireObject(what + " record {\"record\"}", keys);
     step->client = client(n);
     const std::string size = std::to_string(sizeof(Record));
     const std::string expected = "the " + size + " bytes of " + what + " as hex digit pairs";
@@ -544,20 +548,22 @@ class Loader {
     return checkedText(n, std::move(text));
   }
 
-  // One reply: "text", {"reply": "text"}, {"reply_file": "path"} or {"failure": true}.
+  // One reply: "text", {"reply": "text"}, {"reply_file": "path"} or {"failure": true}
+  // (with the "error" a live command failed with, as a recorded session keeps it).
   SupplicantBackend::Reply reply(const Node& n) {
-    if (n.value().is_string()) return {true, inlineText(n)};
+    if (n.value().is_string()) return {true, inlineText(n), ""};
     n.requireObject(
         "a reply: a text, {\"reply\": ...}, {\"reply_file\": ...} or {\"failure\": true}",
-        {"reply", "reply_file", "failure"});
-    if (n.value().size() != 1) {
-      n.fail("exactly one of reply, reply_file, failure");
+        {"reply", "reply_file", "failure", "error"});
+    const auto error = n.find("error");
+    if (n.value().size() != (error ? 2u : 1u) || (error && !n.find("failure"))) {
+      n.fail("exactly one of reply, reply_file, failure (a failure may give its error)");
     }
-    if (auto r = n.find("reply")) return {true, inlineText(*r)};
-    if (auto f = n.find("reply_file")) return {true, fileText(*f)};
+    if (auto r = n.find("reply")) return {true, inlineText(*r), ""};
+    if (auto f = n.find("reply_file")) return {true, fileText(*f), ""};
     const Node failure = n.at("failure", "true");
     if (!failure.value().is_boolean() || !failure.value().get<bool>()) failure.fail("true");
-    return {false, ""};
+    return {false, "", error ? error->bytes("an error text of at most 256 bytes", 256) : ""};
   }
 
   std::map<std::string, std::vector<SupplicantBackend::Reply>> replies(const Node& n) {
@@ -631,7 +637,7 @@ class Loader {
   // gives 0 to 255, but the host may return anything).
   Platform::ForkResult forkResult(const Node& n) {
     n.requireObject("a result {\"output\" or \"output_file\", \"exit_code\"}",
-                    {"output", "output_file", "exit_code"});
+                    {"output", "output_file", "exit_code", "ran"});
     Platform::ForkResult result;
     if (auto o = n.find("output")) result.output = inlineText(*o);
     if (auto f = n.find("output_file")) {
@@ -641,6 +647,7 @@ class Loader {
     if (auto code = n.find("exit_code")) {
       result.exitCode = static_cast<int>(code->integer(INT32_MIN, INT32_MAX));
     }
+    if (auto ran = n.find("ran")) result.ran = inlineText(*ran);
     return result;
   }
 
@@ -761,6 +768,7 @@ const StepKind kStepKinds[] = {
     {"wifi", StepAction::kWifi, &Loader::readWifi},
     {"wlan_config", StepAction::kWlanConfig, &Loader::readWlanConfig},
     {"scan_ready", StepAction::kScanReady, &Loader::readClientOnly},
+    {"scan_results", StepAction::kScanResults, &Loader::readScanResults},
     {"chipset", StepAction::kChipset, &Loader::readChipset},
     {"advance", StepAction::kAdvance, &Loader::readAdvance},
 };
@@ -926,16 +934,17 @@ void Loader::readProfileMask(const Node& n, ScenarioStep* step) {
 }
 
 void Loader::readWlanConfig(const Node& n, ScenarioStep* step) {
-  n.requireObject("a WLAN configuration",
-                  {"to", "netType", "ipv4Address", "ipv6Address", "linkFlag", "enabled",
-                   "bssidText", "ssidText", "dns1Ipv4", "dns2Ipv4", "dns1Ipv6", "dns2Ipv6",
-                   "connState", "resultReason", "fullConnection", "locationCountryCode"});
-  CasWlanNetConfigType c;
-  std::memset(&c, 0, sizeof c);
   if (auto to = n.find("to")) {
     const std::string target = to->text("\"default\" or a registration name", 64);
     step->configTarget = target == "default" ? std::string() : target;
   }
+  if (readRecord<CasWlanNetConfigType>(n, step, "a WLAN configuration", {"to", "record"})) return;
+  n.requireObject("a WLAN configuration",
+                  {"to", "netType", "ipv4Address", "ipv6Address", "linkFlag", "enabled",
+                   "bssidText", "ssidText", "dns1Ipv4", "dns2Ipv4", "dns1Ipv6", "dns2Ipv6",
+                   "connState", "resultReason", "fullConnection", "locationCountryCode", "record"});
+  CasWlanNetConfigType c;
+  std::memset(&c, 0, sizeof c);
   const Node type = n.at("netType", "\"station\", \"softap\", \"p2p\" or a number");
   if (type.value().is_string()) {
     const std::string kind = type.value().get<std::string>();

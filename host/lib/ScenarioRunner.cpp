@@ -1,6 +1,7 @@
 #include "nexhost/ScenarioRunner.h"
 
 #include "nexhost/Modem.h"
+#include "nexhost/SessionRecorder.h"
 
 namespace nexhost {
 
@@ -54,6 +55,12 @@ void applyPeers(Host& host, const ScenarioPeers& peers) {
 
 void StepPerformer::perform(const ScenarioStep& step) {
   if (step.action == StepAction::kAdvance) return;
+  if (recorder_ != nullptr) recorder_->step(step);
+  if (step.action == StepAction::kScanResults) {
+    // The supplicant's doing, not the host's: shown as live mode shows it, no step.
+    host_.supplicantBackend().fireScanReady(step.events);
+    return;
+  }
   Json record{{"action", step.name()}};
   NexMdxDsd& client = host_.client(step.client);
   const bool usesClient =
@@ -134,6 +141,8 @@ void StepPerformer::perform(const ScenarioStep& step) {
       break;
     case StepAction::kScanReady:
       host_.supplicantBackend().fireScanReady();
+      break;
+    case StepAction::kScanResults:  // performed above
       break;
     case StepAction::kChipset:
       host_.platform.chipsetType = step.chipset;

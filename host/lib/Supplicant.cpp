@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "nexhost/LiveText.h"
 #include "nexhost/Modem.h"
 #include "nexhost/Scheduler.h"
 
@@ -18,6 +19,7 @@ std::optional<int16_t> signalPollRssi(const std::string& reply) {
 }
 
 void SupplicantBackend::recordCommand(Json record, const std::string& command, const Reply& reply) {
+  if (!reply.error.empty()) record["error"] = printableBytes(reply.error);
   record["ok"] = reply.ok;
   if (reply.ok && command == NexSupplicantWrapper::signalPollCmd) {
     if (const std::optional<int16_t> rssi = signalPollRssi(reply.text)) record["rssi"] = *rssi;
@@ -54,14 +56,19 @@ void ScriptedSupplicant::setFailure(supplicantType_t type, const std::string& co
 SupplicantBackend::Reply ScriptedSupplicant::command(supplicantType_t type,
                                                      const std::string& text) {
   if (journal_) commands_.push_back(SentCommand{type, text});
+  std::string sent = text;
+  if (text == NexSupplicantWrapper::scanCmd && !scanFrequencies_.empty() &&
+      scripted(type, text + " freq=" + scanFrequencies_)) {
+    sent += " freq=" + scanFrequencies_;
+  }
   Reply reply;
-  auto it = scripts_.find({type, text});
+  auto it = scripts_.find({type, sent});
   if (it != scripts_.end() && !it->second.replies.empty()) {
     Script& script = it->second;
     reply = script.replies[script.next];
     if (script.next + 1 < script.replies.size()) ++script.next;
   }
-  recordCommand(Json{{"interface", interfaceName(type)}, {"command", printableBytes(text)}}, text,
+  recordCommand(Json{{"interface", interfaceName(type)}, {"command", printableBytes(sent)}}, text,
                 reply);
   if (reply.ok && text == NexSupplicantWrapper::scanCmd && scanReadyDelay_) {
     scheduler_.scheduleAt(scheduler_.now() + *scanReadyDelay_, [this] { fireScanReady(); });
@@ -86,12 +93,14 @@ bool ScriptedSupplicant::disconnect(supplicantType_t type) {
 bool ScriptedSupplicant::setBssidFilter(const std::string& bssids) {
   if (journal_) bssidFilters_.push_back(bssids);
   trace().record("supplicant", Json{{"bssid_filter", printableBytes(bssids)}});
-  return true;
+  const std::string set = "SET bssid_filter " + bssidFilterValue(bssids);
+  return scripted(SUPPLICANT_STA, set) ? command(SUPPLICANT_STA, set).ok : true;
 }
 
 bool ScriptedSupplicant::setFrequencyFilter(const std::string& frequencies) {
   if (journal_) frequencyFilters_.push_back(frequencies);
   trace().record("supplicant", Json{{"frequency_filter", printableBytes(frequencies)}});
+  scanFrequencies_ = scanFrequencies(frequencies);
   return true;
 }
 

@@ -7,6 +7,7 @@
 #include "nexhost/Host.h"
 #include "nexhost/LiveSupplicant.h"
 #include "nexhost/Scenario.h"
+#include "nexhost/SessionRecorder.h"
 
 namespace nexhost {
 
@@ -39,6 +40,10 @@ class LiveRunner {
   // Runs `steps`, then keeps serving until `endAt` seconds (never when absent).
   Outcome run(const std::vector<ScenarioStep>& steps, std::optional<long long> endAt);
 
+  // Records the session into `recorder`: every step, supplicant reply and event, and
+  // hostapd_cli result.
+  void setRecorder(SessionRecorder* recorder);
+
   // Installs the SIGINT and SIGTERM handlers that end run().
   static void installSignalHandlers();
 
@@ -46,6 +51,7 @@ class LiveRunner {
   Host& host_;
   ClientManager& manager_;
   LiveSupplicant& supplicant_;
+  SessionRecorder* recorder_ = nullptr;
 };
 
 }  // namespace nexhost

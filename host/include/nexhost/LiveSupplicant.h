@@ -6,6 +6,7 @@
 
 #include "nexhost/ControlSocket.h"
 #include "nexhost/LiveText.h"
+#include "nexhost/SessionRecorder.h"
 #include "nexhost/Supplicant.h"
 
 namespace nexhost {
@@ -61,6 +62,9 @@ class LiveSupplicant : public SupplicantBackend {
   // supplicant is gone.
   int handleEvents(const std::function<void()>& beforeEach = nullptr);
 
+  // Hands every reply, P2P connect and scan-results arrival to `recorder` (may be null).
+  void setRecorder(SessionRecorder* recorder) { recorder_ = recorder; }
+
  private:
   ControlSocket* socketFor(supplicantType_t type);
   void markGone(const std::string& reason);
@@ -73,6 +77,7 @@ class LiveSupplicant : public SupplicantBackend {
   StopWhen stop_;
   bool stopped_ = false;
   std::string goneReason_;
+  SessionRecorder* recorder_ = nullptr;
 };
 
 }  // namespace nexhost

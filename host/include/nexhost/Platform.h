@@ -9,14 +9,22 @@
 
 namespace nexhost {
 
+class SessionRecorder;
+
 // NexUtils and OperatorLookup: the chipset type, forkExec, and the ICCID table.
 class Platform {
  public:
   explicit Platform(Trace& trace) : trace_(trace) {}
 
   struct ForkResult {
+    ForkResult() = default;
+    ForkResult(std::string output, int exitCode, std::string ran = "")
+        : output(std::move(output)), exitCode(exitCode), ran(std::move(ran)) {}
     std::string output;
     int exitCode = 0;
+    // The command line live mode ran in place of the plug-in's, when a replacement
+    // changed it (shown as the event's "ran"; a recorded session keeps it).
+    std::string ran;
   };
   // How forkExec runs a command line: scripted (the default) or for real.
   enum class ForkMode { kScripted, kReal };
@@ -30,6 +38,8 @@ class Platform {
   std::vector<std::pair<std::string, std::string>> commandReplacements;
   int forkTimeoutMs = 10000;
   std::map<std::string, std::string> operators;  // ICCID digits -> operator name
+  // Takes every real run's result, to be replayed later (may be null).
+  SessionRecorder* recorder = nullptr;
 
   // What getWlanChipsetType answers; each query is an event (the plug-in asks before each
   // hostapd_cli run, to choose the interface).
@@ -42,7 +52,7 @@ class Platform {
   void setJournal(bool keep) { journal_ = keep; }
 
  private:
-  int runForReal(const std::string& line, const NexForkExecOpt* options);
+  int runForReal(const std::string& line, const NexForkExecOpt* options, std::string* output);
 
   Trace& trace_;
   bool journal_ = false;

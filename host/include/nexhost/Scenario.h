@@ -63,6 +63,7 @@ enum class StepAction {
   kWifi,
   kWlanConfig,
   kScanReady,
+  kScanResults,
   kChipset,
   kAdvance,
 };
@@ -103,6 +104,7 @@ struct ScenarioStep {
   int client = 0;  // modem client index
   bool wifiOn = false;
   int chipset = 0;  // the chipset type the host reports from this step on
+  int events = 1;   // scan-results events the supplicant sent together
   // Engine client that receives the configuration: absent = every registered client, ""
   // = the default profile, else a registration name ("profile1").
   std::optional<std::string> configTarget;

@@ -5,6 +5,7 @@
 #include "nexhost/ClientManager.h"
 #include "nexhost/Host.h"
 #include "nexhost/Scenario.h"
+#include "nexhost/SessionRecorder.h"
 
 namespace nexhost {
 
@@ -21,6 +22,8 @@ class StepPerformer {
   StepPerformer(Host& host, ClientManager& manager) : host_(host), manager_(manager) {}
 
   void perform(const ScenarioStep& step);
+  // Hands every step performed to `recorder` (may be null), with the time it ran.
+  void setRecorder(SessionRecorder* recorder) { recorder_ = recorder; }
   // Stop-all for every modem client a step has used, as a clean shutdown does.
   void stopEverything();
 
@@ -28,6 +31,7 @@ class StepPerformer {
   Host& host_;
   ClientManager& manager_;
   std::set<int> clientsUsed_;
+  SessionRecorder* recorder_ = nullptr;
 };
 
 // Hands the plug-in its links, as the host does once after init.

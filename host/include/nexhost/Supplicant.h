@@ -24,8 +24,13 @@ std::optional<int16_t> signalPollRssi(const std::string& reply);
 class SupplicantBackend {
  public:
   struct Reply {
+    Reply() = default;
+    Reply(bool ok, std::string text, std::string error = "")
+        : ok(ok), text(std::move(text)), error(std::move(error)) {}
     bool ok = false;
     std::string text;
+    // Why a live command got no answer ("timeout", "stopped", ...); shown in its event.
+    std::string error;
   };
 
   explicit SupplicantBackend(Trace& trace) : trace_(trace) {}
@@ -60,6 +65,10 @@ class SupplicantBackend {
 // Scripted wpa_supplicant: each command text gets a reply, a sequence of replies (the
 // last one repeats), or a failure. Unscripted commands fail. Every command is traced, and
 // kept in commands() (with the filters) only with the journal on (tests).
+//
+// A script may also answer the commands live mode turns the filters into ("SET
+// bssid_filter ...", "SCAN freq=..."), as a recorded live session does: then the filters
+// become those commands here too, so that the replay asks what the session asked.
 class ScriptedSupplicant : public SupplicantBackend {
  public:
   ScriptedSupplicant(Trace& trace, Scheduler& scheduler)
@@ -102,9 +111,14 @@ class ScriptedSupplicant : public SupplicantBackend {
     std::size_t next = 0;
   };
   Scheduler& scheduler_;
+  bool scripted(supplicantType_t type, const std::string& command) const {
+    return scripts_.count({type, command}) != 0;
+  }
+
   std::map<std::pair<int, std::string>, Script> scripts_;
   std::map<int, bool> connectResult_;
   std::optional<long long> scanReadyDelay_;
+  std::string scanFrequencies_;  // of the last frequency filter, as live mode sends them
   bool journal_ = false;
   std::vector<SentCommand> commands_;
   std::vector<std::string> bssidFilters_;
