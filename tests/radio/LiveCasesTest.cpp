@@ -1,6 +1,8 @@
 // What the plug-in told the modem while `nexhost live` ran it against the lab's real
 // wpa_supplicant and hostapd (tests/radio/guest/cases). Only radio-dependent values are
 // checked loosely: RSSI within a few dB, any channel utilisation byte.
+#include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <ostream>
@@ -217,5 +219,43 @@ TEST(LiveSoftAp, AnswersThePluginsCommandLineUnchanged) {
   }
   EXPECT_GT(runs, 0);
 }
+
+#ifdef MDX_NEXHOST
+// The `bytes` of every modem event, in order.
+std::vector<std::string> modemBytes(const std::vector<std::string>& events) {
+  std::vector<std::string> out;
+  for (const std::string& line : events) {
+    const Json event = Json::parse(line, nullptr, false);
+    if (!event.is_discarded() && event.value("kind", "") == "modem") out.push_back(event["bytes"]);
+  }
+  return out;
+}
+
+// A session recorded in the guest, replayed here on the virtual clock: the modem gets the
+// same bytes, and every event comes at the same time.
+TEST(LiveRecording, ReplaysIntoTheSameEvents) {
+  for (const char* name : {"one-network", "default-profile"}) {
+    const std::vector<std::string> live =
+        lines(readResult(std::string("cases/") + name + ".jsonl"));
+    const std::string command = std::string(MDX_NEXHOST) + " run --json --log-level 1 '" +
+                                radio::resultsDir() + "/cases/" + name + ".recorded.json'";
+    std::string output;
+    std::FILE* replay = popen(command.c_str(), "r");
+    ASSERT_NE(replay, nullptr) << command;
+    char buffer[4096];
+    for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, replay)) > 0;) {
+      output.append(buffer, n);
+    }
+    EXPECT_EQ(pclose(replay), 0) << command;
+    const std::vector<std::string> replayed = lines(output);
+    EXPECT_FALSE(modemBytes(live).empty()) << name;
+    EXPECT_EQ(modemBytes(live), modemBytes(replayed)) << name;
+    for (std::size_t i = 0; i < std::min(live.size(), replayed.size()); ++i) {
+      ASSERT_EQ(live[i], replayed[i]) << name << ": event " << i + 1 << " of " << live.size();
+    }
+    EXPECT_EQ(live.size(), replayed.size()) << name;
+  }
+}
+#endif
 
 }  // namespace
