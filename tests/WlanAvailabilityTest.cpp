@@ -202,8 +202,10 @@ TEST_F(WlanAvailabilityTest, P2pKeepsItsOwnCacheAndFlagsABadAddress) {
   host.scripted()->setReply(SUPPLICANT_P2P, "STATUS", p2pStatus("P2P GO", "COMPLETED", "bad"));
   const auto up = deliver(link(CAS_NET_TYPE_P2P, true)).fields;
   EXPECT_EQ(up["ipv4_addr_valid"], 1);
-  EXPECT_TRUE(
-      host.logger.contains("inet_pton return 0, unable to convert ipv4 from string to uint32_t"));
+  const nexhost::LogLine* line =
+      host.logger.find("inet_pton return 0, unable to convert ipv4 from string to uint32_t");
+  ASSERT_NE(line, nullptr);
+  EXPECT_EQ(line->level, 4);
 
   EXPECT_EQ(ssidOf(station(4, "")), "");  // the station's cache is not the P2P one
   const auto down = deliver(link(CAS_NET_TYPE_P2P, false)).fields;
