@@ -99,6 +99,7 @@ TEST_F(OctetHelpersTest, BcdToStringWritesLowNibbleFirstAndZeroesBadNibbles) {
       // A filler nibble is reported with its value and written as 0.
       {{0x21, 0x43, 0xf5}, 3, "123450", "Invalid upper nibble in octet 15"},
       {{0x1a}, 1, "01", "Invalid lower nibble in octet 10"},
+      {{0xa0}, 1, "00", "Invalid upper nibble in octet 10"},
       {Bytes(10, 0x98), 255, "89898989898989898989", nullptr},  // ten octets at most
   };
   for (const auto& c : cases) {
