@@ -76,6 +76,7 @@ TEST_F(ReplyParsersTest, ValuesFollowStrtokAndNumbersKeep16Bits) {
   } cases[] = {
       {"ssid=LabNet\nfreq=70000\n", "LabNet", 4464, nullptr},
       {"freq=99999999999\n", "", 65535, nullptr},  // saturates, then keeps 16 bits
+      {"freq=-2147483647\n", "", 1, nullptr},      // the last value before saturation
       {"freq=ab\n", "", 0, nullptr},
       // An empty value takes the next line's key; the walk continues from there.
       {"ssid=\nbssid=02:00:00:00:00:00\n", "bssid", 0, "02:00:00:00:00:00\n"},

@@ -142,9 +142,11 @@ TEST_F(ScanStoreTest, PrefixRangesEndAtTheTildeInUnsignedByteOrder) {
     const char* ssid;
     bool grouped;  // under the filter "Net"
   } cases[] = {
-      // The grouped ones in "ssid&bssid" key order: '!' sorts before '&'.
-      {"Net!", true},     {"Net", true},          {"Net}", true}, {"Net~", false}, {"Net~1", false},
-      {"Net\x7f", false}, {"Net\xc3\xa9", false}, {"Nes", false}, {"Neu", false},  {"Ne", false},
+      // The grouped ones in "ssid&bssid" key order: '!' sorts before '&', and a key's fifth
+      // byte outranks its sixth.
+      {"Net!", true},         {"Net", true},   {"Net}", true},   {"Net}xB", true},
+      {"Net}yA", true},       {"Net~", false}, {"Net~1", false}, {"Net\x7f", false},
+      {"Net\xc3\xa9", false}, {"Nes", false},  {"Neu", false},   {"Ne", false},
   };
   WifiScanResult store;
   std::vector<std::string> expected;
@@ -172,14 +174,21 @@ TEST_F(ScanStoreTest, ChannelCodesAreMatchedAsTheirDecimalText) {
       {65534, {"D/65534"}},
   };
   for (const auto& c : cases) {
-    WifiScanResult store;
-    store.addData("02:00:00:00:00:01", "0", -40, "A");
-    store.addData("02:00:00:00:00:02", "10", -40, "B");
-    store.addData("02:00:00:00:00:03", "100", -40, "C");
-    store.addData("02:00:00:00:00:04", "65534", -40, "D");
-    std::list<MeasurementRequestReport> requests = {filter("AnySSID", kAny, {c.code})};
-    store.filterData(requests);
-    EXPECT_EQ(namesOf(store.filteredList), c.listed) << c.code;
+    // Through a request list, and as the one filter findPartialKey runs.
+    for (const bool alone : {false, true}) {
+      WifiScanResult store;
+      store.addData("02:00:00:00:00:01", "0", -40, "A");
+      store.addData("02:00:00:00:00:02", "10", -40, "B");
+      store.addData("02:00:00:00:00:03", "100", -40, "C");
+      store.addData("02:00:00:00:00:04", "65534", -40, "D");
+      std::list<MeasurementRequestReport> requests = {filter("AnySSID", kAny, {c.code})};
+      if (alone) {
+        store.findPartialKey("AnySSID", kAny, c.code);
+      } else {
+        store.filterData(requests);
+      }
+      EXPECT_EQ(namesOf(store.filteredList), c.listed) << c.code << (alone ? " alone" : "");
+    }
   }
 }
 
