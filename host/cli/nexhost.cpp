@@ -98,9 +98,11 @@ void addOutputOptions(CLI::App* command, OutputOptions* out) {
   command->add_option("--only", out->only, "print only these kinds of event")
       ->delimiter(',')
       ->check(CLI::IsMember(kKinds));
-  command->add_option("--report", out->report,
-                      "also write a one-file HTML report: RSSI and average charts per "
-                      "measurement, WQE profile verdicts, the event timeline");
+  command
+      ->add_option("--report", out->report,
+                   "also write a one-file HTML report: RSSI and average charts per "
+                   "measurement, WQE profile verdicts, the event timeline")
+      ->type_name("FILE");
 }
 
 // One host: its output hooked up, the plug-in loaded and handed its links.
@@ -436,13 +438,17 @@ int main(int argc, char** argv) {
   app.require_subcommand(1);
   app.fallthrough();
   std::string pluginPath = NEXHOST_DEFAULT_PLUGIN;
-  app.add_option("--plugin", pluginPath, "the plug-in to load")->capture_default_str();
+  app.add_option("--plugin", pluginPath, "the plug-in to load")
+      ->type_name("FILE")
+      ->capture_default_str();
 
   OutputOptions runOutput;
   std::string scenarioFile;
   CLI::App* run = app.add_subcommand(
       "run", "Replay a scenario on a virtual clock with scripted peers and print what happens.");
-  run->add_option("SCENARIO", scenarioFile, "the scenario file (JSON)")->required();
+  run->add_option("SCENARIO", scenarioFile, "the scenario file (JSON)")
+      ->type_name("FILE")
+      ->required();
   addOutputOptions(run, &runOutput);
   run->footer(
       "\nExample:\n"
@@ -461,18 +467,23 @@ int main(int argc, char** argv) {
       "Run the plug-in in real time against a running wpa_supplicant (and hostapd_cli).\n"
       "One host timer unit is one second. Ctrl-C stops every request and exits.");
   liveCmd->add_option("--sta-socket", live.stationSocket, "the station's control socket")
+      ->type_name("PATH")
       ->capture_default_str();
-  liveCmd->add_option("--p2p-socket", live.p2pSocket,
-                      "the P2P interface's control socket (default: none)");
+  liveCmd
+      ->add_option("--p2p-socket", live.p2pSocket,
+                   "the P2P interface's control socket (default: none)")
+      ->type_name("PATH");
   liveCmd
       ->add_option("--ctrl-timeout", live.timeoutMs,
                    "reply timeout of a control request (ms); a supplicant that leaves PING "
                    "unanswered this long is taken as gone")
       ->check(CLI::Range(1, 600000))
       ->capture_default_str();
-  liveCmd->add_option("--scenario", live.scenario,
-                      "run this scenario's steps in real time (only its chipset, engine and "
-                      "operators peers apply)");
+  liveCmd
+      ->add_option("--scenario", live.scenario,
+                   "run this scenario's steps in real time (only its chipset, engine and "
+                   "operators peers apply)")
+      ->type_name("FILE");
   liveCmd->add_option("--ssid", live.ssid,
                       "start a measurement of this network: a name, \"any\" or \"connected\" "
                       "(connected mode: averaged RSSI of the current link)");
@@ -491,9 +502,11 @@ int main(int argc, char** argv) {
   liveCmd->add_option("--duration", live.duration, "stop after this many seconds")
       ->check(CLI::Range(0LL, 1000000000LL));
   liveCmd->add_option("--chipset", live.chipset, "the WLAN chipset type the host reports");
-  liveCmd->add_option("--hostapd-ctrl", live.hostapdCtrl,
-                      "this machine's hostapd control directory, used in place of the "
-                      "handset's in hostapd_cli command lines");
+  liveCmd
+      ->add_option("--hostapd-ctrl", live.hostapdCtrl,
+                   "this machine's hostapd control directory, used in place of the "
+                   "handset's in hostapd_cli command lines")
+      ->type_name("DIR");
   liveCmd
       ->add_option("--replace", live.replacements,
                    "FROM=TO: replace text in every command line before running it")
@@ -502,10 +515,12 @@ int main(int argc, char** argv) {
                    ? std::string("expected FROM=TO")
                    : std::string();
       });
-  liveCmd->add_option("--record", live.record,
-                      "also write the session as a scenario that nexhost run replays: every "
-                      "supplicant reply and hostapd_cli result as received, the steps and "
-                      "scan-results events at their times, the chipset, engine and operators");
+  liveCmd
+      ->add_option("--record", live.record,
+                   "also write the session as a scenario that nexhost run replays: every "
+                   "supplicant reply and hostapd_cli result as received, the steps and "
+                   "scan-results events at their times, the chipset, engine and operators")
+      ->type_name("FILE");
   addOutputOptions(liveCmd, &liveOutput);
   liveCmd->footer(
       "\nExamples:\n"
@@ -534,8 +549,11 @@ int main(int argc, char** argv) {
   CLI::App* reportCmd =
       app.add_subcommand("report", "Write the one-file HTML report of a run saved with --json.");
   reportCmd->add_option("RUN", reportInput, "the run's JSON Lines (- for standard input)")
+      ->type_name("FILE")
       ->required();
-  reportCmd->add_option("-o,--output", reportOutput, "the HTML file to write")->required();
+  reportCmd->add_option("-o,--output", reportOutput, "the HTML file to write")
+      ->type_name("FILE")
+      ->required();
   reportCmd->footer(
       "\nExample:\n"
       "  nexhost run --json examples/connected-rssi.json > run.jsonl\n"
