@@ -69,6 +69,9 @@ TEST_F(WlanAvailabilityTest, StationCountryAndHessidComeFromLocationOrTheAccessP
       {"location wins", true, readTestData("hwsim/bss.txt"), "FR", 1, "FR",
        "CountryCode obtained from location services: FR", 0},
       {"access point", true, withHessid, "", 1, "DE", "CountryCode obtained from Wifi AP: DE", 1},
+      // The first byte alone says whether location services gave a code.
+      {"location's first byte", true, readTestData("hwsim/bss.txt"), "F", 1, "F\\x00",
+       "CountryCode obtained from location services: F", 0},
       {"no live status", false, "", "", 0, "\\x00\\x00", "Country Code not populated", 0},
   };
   for (const Case& c : cases) {
@@ -196,6 +199,9 @@ TEST_F(WlanAvailabilityTest, P2pModeAndStateBecomeConnectionTypeAndLinkStatus) {
     const uint8_t octets[4] = {192, 168, 49, 1};
     EXPECT_EQ(std::memcmp(&msg.ipv4_addr, octets, 4), 0);
   }
+  // A P2P device in no group has no frequency to give.
+  host.scripted()->setReply(SUPPLICANT_P2P, "STATUS", "mode=station\nwpa_state=INACTIVE\n");
+  EXPECT_EQ(deliver(link(CAS_NET_TYPE_P2P, true)).fields["frequency_valid"], 0);
 }
 
 TEST_F(WlanAvailabilityTest, P2pKeepsItsOwnCacheAndFlagsABadAddress) {
