@@ -55,6 +55,15 @@ std::string repeated(const std::string& item, std::size_t count) {
   return list;
 }
 
+// An object of `count` commands, each answered "OK".
+std::string commands(std::size_t count) {
+  std::string object = "{";
+  for (std::size_t i = 0; i < count; ++i) {
+    object += (i ? ",\"" : "\"") + std::to_string(i) + "\": \"OK\"";
+  }
+  return object + "}";
+}
+
 // A scratch directory with the files a careless or hostile scenario may point at.
 struct ScratchFiles {
   std::string dir;
@@ -126,19 +135,17 @@ TEST(ScenarioLoaderTest, RefusesHostileFilesInOneLine) {
       {"too many steps", "",
        R"({"steps": [)" + repeated(R"({"advance": 0})", limits::kSteps + 1) + "]}", "steps",
        "expected a list of at most 100000 steps"},
+      // Far past every count, the reader stops there rather than build the rest.
+      {"a list far past every count", "",
+       R"({"steps": [)" + repeated("{}", limits::kListItems + 2) + "]}", "steps",
+       "expected a list of at most 100000 items"},
       {"too many replies to one command", "",
        status(R"({"sequence": [)" + repeated("\"OK\"", limits::kRepliesPerCommand + 1) + "]}"),
        "peers.supplicant.sta.STATUS.sequence", "expected a non-empty list of at most 10000"},
-      {"too many commands", "",
-       sta("{" +
-           [] {
-             std::string commands;
-             for (std::size_t i = 0; i <= limits::kCommands; ++i)
-               commands += (i ? ",\"" : "\"") + std::to_string(i) + "\": \"OK\"";
-             return commands;
-           }() +
-           "}"),
-       "peers.supplicant.sta", "(at most 10000)"},
+      {"too many commands", "", sta(commands(limits::kCommands + 1)), "peers.supplicant.sta",
+       "(at most 10000)"},
+      {"an object far past every count", "", sta(commands(limits::kObjectMembers + 2)),
+       "peers.supplicant.sta", "expected an object of at most 10000 members"},
       {"a missing scenario", "/tmp/nexhost-no-such-scenario.json", "", "",
        "cannot read the file: No such file or directory"},
       {"a FIFO as the scenario", dir + "/fifo", "", "", "not a regular file (a FIFO)"},

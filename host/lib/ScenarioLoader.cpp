@@ -104,7 +104,8 @@ std::string placeOf(const std::string& text, std::size_t offset) {
 
 // Builds the tree from the parser's events, refusing what a tree would silently lose or
 // what would make later walks costly: a key given twice (the tree keeps one), nesting
-// past kDepth, numbers a double cannot hold.
+// past kDepth, numbers a double cannot hold, lists and objects far past every count a
+// scenario allows (one over is left to the walk, whose message names what the count is).
 class TreeBuilder : public nlohmann::json_sax<Tree> {
  public:
   explicit TreeBuilder(const std::string& text) : text_(text) {}
@@ -164,10 +165,8 @@ class TreeBuilder : public nlohmann::json_sax<Tree> {
     return token.size() <= kPreviewChars ? token : token.substr(0, kPreviewChars - 3) + "...";
   }
 
-  bool scalar(Tree&& v) {
-    put(std::move(v));
-    return true;
-  }
+  bool scalar(Tree&& v) { return put(std::move(v)) != nullptr; }
+  // The value's place in the tree, or nullptr once the parse is refused.
   Tree* put(Tree&& v) {
     if (open_.empty()) {
       root_ = std::move(v);
@@ -175,8 +174,18 @@ class TreeBuilder : public nlohmann::json_sax<Tree> {
     }
     Frame& frame = open_.back();
     if (frame.container->is_array()) {
+      if (frame.container->size() > limits::kListItems) {
+        refuse(pathOfOpen(),
+               "expected a list of at most " + std::to_string(limits::kListItems) + " items");
+        return nullptr;
+      }
       frame.container->push_back(std::move(v));
       return &frame.container->back();
+    }
+    if (frame.container->size() > limits::kObjectMembers) {
+      refuse(pathOfOpen(), "expected an object of at most " +
+                               std::to_string(limits::kObjectMembers) + " members");
+      return nullptr;
     }
     return &frame.container->get_ref<Tree::object_t&>()
                 .emplace(frame.key, std::move(v))
@@ -188,6 +197,7 @@ class TreeBuilder : public nlohmann::json_sax<Tree> {
                     "nested deeper than " + std::to_string(limits::kDepth) + " levels");
     }
     Tree* added = put(std::move(container));
+    if (added == nullptr) return false;
     open_.push_back({added, ""});
     return true;
   }

@@ -37,6 +37,10 @@ constexpr std::size_t kSteps = 100000;
 constexpr std::size_t kCommands = 10000;  // scripted commands of an interface, or of hostapd_cli
 constexpr std::size_t kRepliesPerCommand = 10000;  // in one sequence
 constexpr std::size_t kOperators = 1000;
+// No list or object of a scenario may hold more than the largest of the counts above;
+// past them the reader stops at once instead of building the rest.
+constexpr std::size_t kListItems = kSteps;
+constexpr std::size_t kObjectMembers = kCommands;
 }  // namespace scenario_limits
 
 // The scripted world around the plug-in. docs/scenarios.md describes the file format.
