@@ -122,7 +122,9 @@ void SessionRecorder::addStep(Json action) {
 
 void SessionRecorder::addAnswer(Sequences* sequences, const std::string& key, Json answer,
                                 std::size_t textBytes) {
-  const auto it = sequences->find(key);
+  // Kept under the escaped key, so counted under it too.
+  const std::string escapedKey = printableBytes(key);
+  const auto it = sequences->find(escapedKey);
   const char* why = nullptr;
   if (it == sequences->end() && sequences->size() >= limits::kCommands) {
     why = "10,000 commands of one peer";
@@ -131,7 +133,6 @@ void SessionRecorder::addAnswer(Sequences* sequences, const std::string& key, Js
   } else if (textBytes > limits::kTextBytes) {
     why = "a reply over 1 MiB";
   }
-  const std::string escapedKey = printableBytes(key);
   std::size_t bytes = text(answer).size() + 4;
   if (it == sequences->end()) bytes += text(Json(escapedKey)).size() + kSequenceBytes;
   if (!fits(bytes, textBytes, why)) return;
