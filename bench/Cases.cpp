@@ -17,7 +17,7 @@
 #include "WifiInfoProvider.h"
 #include "WifiInformationElementParser.h"
 #include "WifiParser.h"
-#include "nexhost/Host.h"
+#include "framework/Host.h"
 
 namespace bench {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "nexhost/Logger.h"
+#include "framework/Logger.h"
 
 namespace bench {
 

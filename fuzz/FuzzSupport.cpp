@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "nex/NexMsg.h"
-#include "nexhost/Logger.h"
+#include "framework/Logger.h"
 
 // The host library's NexMsg, without the rest of the host framework.
 NexMsg* NexMsg::globalLogger = nullptr;

@@ -15,7 +15,7 @@
 #include <thread>
 
 #include "FuzzSupport.h"
-#include "nexhost/LiveSupplicant.h"
+#include "live/LiveSupplicant.h"
 
 // The host library's command names, without the rest of the host framework.
 const std::string NexSupplicantWrapper::scanCmd = "SCAN";

@@ -20,8 +20,8 @@
 #include <vector>
 
 #include "FakeSupplicant.h"
-#include "nexhost/ControlSocket.h"
-#include "nexhost/LiveSupplicant.h"
+#include "live/ControlSocket.h"
+#include "live/LiveSupplicant.h"
 
 namespace {
 

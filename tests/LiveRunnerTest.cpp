@@ -11,9 +11,9 @@
 #include "FakeSupplicant.h"
 #include "MdxWifiClientMgr.h"
 #include "TestHost.h"
-#include "nexhost/LiveRunner.h"
-#include "nexhost/ScenarioRunner.h"
-#include "nexhost/SessionRecorder.h"
+#include "live/LiveRunner.h"
+#include "scenario/ScenarioRunner.h"
+#include "scenario/SessionRecorder.h"
 
 namespace {
 

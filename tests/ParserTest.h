@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "WifiParser.h"
-#include "nexhost/Host.h"
+#include "framework/Host.h"
 
 class ParserTest : public ::testing::Test {
  protected:

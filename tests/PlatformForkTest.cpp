@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string>
 
-#include "nexhost/Platform.h"
+#include "framework/Platform.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <sstream>
 #include <string>
 
-#include "nexhost/Report.h"
+#include "report/Report.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <fstream>
 #include <string>
 
-#include "nexhost/Modem.h"
-#include "nexhost/Scenario.h"
+#include "framework/Modem.h"
+#include "scenario/Scenario.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "MdxWifiClientMgr.h"
-#include "nexhost/Host.h"
+#include "framework/Host.h"
 
 class PluginTest : public ::testing::Test {
  protected:

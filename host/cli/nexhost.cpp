@@ -14,15 +14,15 @@
 #include <string>
 #include <vector>
 
-#include "nexhost/EventPrinter.h"
-#include "nexhost/Host.h"
-#include "nexhost/LiveRunner.h"
-#include "nexhost/LiveSupplicant.h"
-#include "nexhost/Plugin.h"
-#include "nexhost/Report.h"
-#include "nexhost/Scenario.h"
-#include "nexhost/ScenarioRunner.h"
-#include "nexhost/SessionRecorder.h"
+#include "events/EventPrinter.h"
+#include "framework/Host.h"
+#include "live/LiveRunner.h"
+#include "live/LiveSupplicant.h"
+#include "framework/Plugin.h"
+#include "report/Report.h"
+#include "scenario/Scenario.h"
+#include "scenario/ScenarioRunner.h"
+#include "scenario/SessionRecorder.h"
 
 namespace {
 

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdio>
+#include <set>
+#include <string>
+
+#include "events/Trace.h"
+
+namespace nexhost {
+
+// Renders trace events as nexhost prints them: readable text (one line per event, and an
+// indented block of fields under each modem message and step), or JSON Lines (one object
+// per event: "time", "kind", then the event's own keys).
+class EventPrinter {
+ public:
+  enum class Format { kText, kJsonLines };
+
+  EventPrinter(std::FILE* out, Format format) : out_(out), format_(format) {}
+
+  // Print only these kinds; empty prints every kind.
+  void setKinds(std::set<std::string> kinds) { kinds_ = std::move(kinds); }
+  // Flush after each event (the default: a live run's events show when they happen). A
+  // replay runs as fast as it can and lets stdio buffer: a write per event would be most
+  // of its cost.
+  void setFlushEachEvent(bool flush) { flushEachEvent_ = flush; }
+
+  void print(const Event& event);
+  // Hooks the printer to a trace, so that events print as they happen.
+  void attach(Trace& trace);
+
+  static std::string text(const Event& event);
+  static std::string jsonLine(const Event& event);
+
+ private:
+  std::FILE* out_;
+  Format format_;
+  std::set<std::string> kinds_;
+  bool flushEachEvent_ = true;
+};
+
+}  // namespace nexhost
