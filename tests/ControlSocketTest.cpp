@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "FakeSupplicant.h"
+#include "framework/FilterCommands.h"
 #include "live/ControlSocket.h"
 #include "live/LiveSupplicant.h"
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "nex/NexCde.h"
 #include "events/Trace.h"
+#include "nex/NexCde.h"
 
 namespace nexhost {
 

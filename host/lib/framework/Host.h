@@ -4,19 +4,19 @@
 #include <functional>
 #include <memory>
 
-#include "nex/NexCde.h"
-#include "nex/NexCom.h"
-#include "nex/NexMdxDsd.h"
-#include "nex/NexMsg.h"
-#include "nex/NexSupplicantWrapper.h"
-#include "nex/NexTimer.h"
+#include "events/Trace.h"
 #include "framework/Engine.h"
 #include "framework/Logger.h"
 #include "framework/Modem.h"
 #include "framework/Platform.h"
 #include "framework/Scheduler.h"
 #include "framework/Supplicant.h"
-#include "events/Trace.h"
+#include "nex/NexCde.h"
+#include "nex/NexCom.h"
+#include "nex/NexMdxDsd.h"
+#include "nex/NexMsg.h"
+#include "nex/NexSupplicantWrapper.h"
+#include "nex/NexTimer.h"
 
 namespace nexhost {
 

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "dsd/dsd_messages_v01.h"
-#include "nex/NexCde.h"
 #include "events/Trace.h"
+#include "nex/NexCde.h"
 
 namespace nexhost {
 

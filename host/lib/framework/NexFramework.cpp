@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "framework/Host.h"
 #include "nex/NexCde.h"
 #include "nex/NexCom.h"
 #include "nex/NexMdxDsd.h"
@@ -13,7 +14,6 @@
 #include "nex/NexTimer.h"
 #include "nex/NexUtils.h"
 #include "nex/OperatorLookup.h"
-#include "framework/Host.h"
 
 using nexhost::Host;
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "nex/NexUtils.h"
 #include "events/Trace.h"
+#include "nex/NexUtils.h"
 
 namespace nexhost {
 

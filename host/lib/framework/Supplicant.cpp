@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "live/LiveText.h"
+#include "framework/FilterCommands.h"
 #include "framework/Modem.h"
 #include "framework/Scheduler.h"
 

@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "nex/NexSupplicantWrapper.h"
 #include "events/Trace.h"
+#include "nex/NexSupplicantWrapper.h"
 
 namespace nexhost {
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "framework/FilterCommands.h"
 #include "framework/Modem.h"
 
 namespace nexhost {

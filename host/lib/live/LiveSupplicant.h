@@ -4,10 +4,10 @@
 #include <memory>
 #include <string>
 
+#include "framework/Supplicant.h"
 #include "live/ControlSocket.h"
 #include "live/LiveText.h"
 #include "scenario/SessionRecorder.h"
-#include "framework/Supplicant.h"
 
 namespace nexhost {
 

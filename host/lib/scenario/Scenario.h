@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "dsd/dsd_messages_v01.h"
-#include "nex/NexCde.h"
 #include "framework/Platform.h"
 #include "framework/Supplicant.h"
+#include "nex/NexCde.h"
 
 namespace nexhost {
 

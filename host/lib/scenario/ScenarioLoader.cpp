@@ -14,9 +14,9 @@
 #include <iterator>
 #include <limits>
 
+#include "events/Trace.h"
 #include "framework/Modem.h"
 #include "scenario/Scenario.h"
-#include "events/Trace.h"
 
 namespace nexhost {
 

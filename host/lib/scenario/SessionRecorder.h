@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "framework/Platform.h"
-#include "scenario/Scenario.h"
-#include "framework/Supplicant.h"
 #include "events/Trace.h"
+#include "framework/Platform.h"
+#include "framework/Supplicant.h"
+#include "scenario/Scenario.h"
 
 namespace nexhost {
 
