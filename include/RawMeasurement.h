@@ -1,26 +1,24 @@
 #pragma once
 
 #include <cstdint>
-#include <list>
 #include <string>
 
+#include "RawRequest.h"
 #include "WifiMeasurementRequest.h"
 #include "WifiScanResult.h"
 #include "dsd/dsd_messages_v01.h"
 
+// Runs a raw measurement: decodes its indication at start (RawRequest.h), then owns the
+// timers, the RSSI average and the reports until the modem stops it.
 class WifiMeasurementRequest::RawMeasurement : public WifiMeasurementRequest::MeasurementImpl {
  public:
-  RawMeasurement(NexMdxDsd& client, NexCom& com, NexTimer& timer,
-                 NexSupplicantWrapper& supplicant, WifiInfoProvider& infoProvider,
-                 dsd_start_wifi_meas_ind_msg_v01 indication, CompletionCallback callback);
+  RawMeasurement(NexMdxDsd& client, NexCom& com, NexTimer& timer, NexSupplicantWrapper& supplicant,
+                 WifiInfoProvider& infoProvider, dsd_start_wifi_meas_ind_msg_v01 indication,
+                 CompletionCallback callback);
   ~RawMeasurement() override;
 
   bool startMeasurement() override;
   void stopMeasurement() override;
-
-  bool isConfigParamOk();
-  void parseMeasurementRequestMdxMessage();
-  bool isAnySsid(dsd_wifi_ident_ssid_type_v01& ssid);
 
   static int samplingTimerExprCb(void* self);
   static int reportingTimerExprCb(void* self);
@@ -36,35 +34,27 @@ class WifiMeasurementRequest::RawMeasurement : public WifiMeasurementRequest::Me
   // Report ids run 1..0xFFFFFFFF and then start again at 1.
   static void advanceReportId(uint32_t& reportId);
 
-  // Read-only views for tests and diagnostics.
-  const std::list<MeasurementRequestReport>& requestReports() const { return reports; }
-  const std::string& bssidFilterText() const { return bssidFilter; }
-  const std::string& channelFilterText() const { return channelFilter; }
-  int32_t samplingPeriod() const { return samplingInterval; }
-  int32_t reportingPeriod() const { return reportingInterval; }
-  float averageWeight() const { return alpha; }
   int16_t averageRssi() const { return avgRssi; }
-  bool scanMode() const { return isScanReport; }
 
  private:
+  // A zeroed report message of this measurement under the current report id, with `ssid`
+  // cut to its field. The last message of a report moves the id on.
+  void beginReport(dsd_wifi_meas_report_req_msg_v01& message, const std::string& ssid, bool last);
+  // Asks the provider for a scan filtered by the request; the report follows its results.
+  void requestScan();
+
   NexMdxDsd* client;
   NexTimer* timer;
   NexSupplicantWrapper* supplicant;
   WifiInfoProvider* infoProvider;
   WifiScanResult* scanResult = nullptr;
-  uint32_t measurementId = 0;
   int32_t samplingTimerId = 0;
   int32_t reportingTimerId = 0;
   int16_t avgRssi = 0;
   int16_t prevAvgRssi = 0;
-  int32_t samplingInterval = 2;
-  int32_t reportingInterval = 5;
-  float alpha = 0.5f;
   uint32_t reportId = 1;
   bool rssiSampled = false;
-  bool isScanReport = true;
   dsd_start_wifi_meas_ind_msg_v01 indication;
-  std::list<MeasurementRequestReport> reports;
-  std::string bssidFilter;
-  std::string channelFilter;
+  // What the indication asks for, decoded at start; the defaults until then.
+  RawRequest request;
 };

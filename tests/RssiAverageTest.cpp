@@ -7,6 +7,7 @@
 
 #include <vector>
 
+#include "Indications.h"
 #include "RawMeasurement.h"
 #include "TestHost.h"
 #include "WifiInfoProvider.h"
@@ -42,19 +43,20 @@ const Row kRows[] = {
 TEST_F(RssiAverageTest, MatchesPlainFloatOrderNearTruncationBoundaries) {
   for (const Row& row : kRows) {
     SCOPED_TRACE(row.why);
-    dsd_start_wifi_meas_ind_msg_v01 ind = rssiIndication(1);
+    // Connected mode, started for its weight; the samples are fed by hand.
+    auto ind = testind::indication(1, DSD_WIFI_MEAS_PARAM_RSSI_V01, {testind::connected()});
     ind.alpha_valid = 1;
     ind.alpha = row.alpha;
     WifiMeasurementRequest::RawMeasurement raw(host.client(), host.com, host.timer,
                                                host.supplicant(), *WifiInfoProvider::getInstance(),
                                                ind, nullptr);
-    ASSERT_TRUE(raw.isConfigParamOk());
-    ASSERT_EQ(raw.averageWeight(), row.alpha);
+    ASSERT_TRUE(raw.startMeasurement());
     ASSERT_EQ(row.samples.size(), row.averages.size());
     for (std::size_t i = 0; i < row.samples.size(); ++i) {
       raw.computeAvgRSSI(row.samples[i]);
       EXPECT_EQ(raw.averageRssi(), row.averages[i]) << "after sample " << i;
     }
+    raw.stopMeasurement();
   }
 }
 
