@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -90,11 +91,43 @@ TEST(ControlSocketTest, LateReplyDoesNotAnswerTheNextRequest) {
   EXPECT_EQ(reply, "wpa_state=COMPLETED\n");
 }
 
-TEST(ControlSocketTest, UnreachableSocketGivesAClearError) {
-  std::string error;
-  EXPECT_EQ(ControlSocket::open("/tmp/nexhost-no-such-dir/wlan0", &error), nullptr);
-  EXPECT_NE(error.find("/tmp/nexhost-no-such-dir/wlan0"), std::string::npos) << error;
-  EXPECT_NE(error.find("No such file or directory"), std::string::npos) << error;
+// Each way a socket cannot be reached is told in its own words, naming the path.
+TEST(ControlSocketTest, UnreachableSocketSaysWhy) {
+  char dirTemplate[] = "/tmp/nexhost-socket-test-XXXXXX";
+  ASSERT_NE(mkdtemp(dirTemplate), nullptr);
+  const std::string dir = dirTemplate;
+  // A socket left behind by a supplicant that stopped: bound, then closed, not removed.
+  const std::string stale = dir + "/wlan1";
+  const int fd = socket(AF_UNIX, SOCK_DGRAM, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::snprintf(address.sun_path, sizeof address.sun_path, "%s", stale.c_str());
+  ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  close(fd);
+  const std::string file = dir + "/notes";
+  std::fclose(std::fopen(file.c_str(), "w"));
+  const struct {
+    std::string path;
+    std::string says;
+  } cases[] = {
+      {dir, "a directory, not a control socket (name the interface: -p " + dir +
+                " -i IFACE; sockets there: wlan1)"},
+      {dir + "/wlan0", "No such file or directory (no such socket; sockets in " + dir + ": wlan1)"},
+      {"/tmp/nexhost-no-such-dir/wlan0",
+       "No such file or directory (no directory /tmp/nexhost-no-such-dir: is wpa_supplicant "
+       "running, with ctrl_interface=/tmp/nexhost-no-such-dir?)"},
+      {stale, "Connection refused (a stale socket: nobody listens on it"},
+      {file, "a regular file, not a control socket"},
+  };
+  for (const auto& c : cases) {
+    std::string error;
+    EXPECT_EQ(ControlSocket::open(c.path, &error), nullptr) << c.path;
+    EXPECT_EQ(error.rfind("cannot reach wpa_supplicant at " + c.path + ": ", 0), 0u) << error;
+    EXPECT_NE(error.find(c.says), std::string::npos) << error;
+  }
+  unlink(stale.c_str());
+  unlink(file.c_str());
+  rmdir(dir.c_str());
 }
 
 class LiveSupplicantTest : public ::testing::Test {

@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -14,11 +15,13 @@
 #include <string>
 #include <vector>
 
+#include "Manual.h"
+#include "NexhostVersion.h"
 #include "events/EventPrinter.h"
 #include "framework/Host.h"
+#include "framework/Plugin.h"
 #include "live/LiveRunner.h"
 #include "live/LiveSupplicant.h"
-#include "framework/Plugin.h"
 #include "report/Report.h"
 #include "scenario/Scenario.h"
 #include "scenario/ScenarioRunner.h"
@@ -44,7 +47,9 @@ struct OutputOptions {
 };
 
 struct LiveOptions {
-  std::string stationSocket = "/var/run/wpa_supplicant/wlan0";
+  std::string stationSocket;  // given, or ctrlDir/interface as wpa_cli makes it
+  std::string ctrlDir = "/var/run/wpa_supplicant";
+  std::string interface = "wlan0";
   std::string p2pSocket;
   int timeoutMs = 3000;
   std::string scenario;
@@ -69,21 +74,60 @@ const char* kDescription =
     "Every text it prints, text or JSON, is ASCII: a byte outside printable ASCII, and the\n"
     "backslash, prints as \\xNN, so the exact bytes can always be read back.";
 
-const char* kFooter =
-    "\nExamples:\n"
+// The top-level help's examples and exit codes; the manual page has them as sections.
+const char* kExamples =
     "  nexhost run examples/scan-bss-load.json\n"
     "  nexhost run --json examples/default-profile.json | jq 'select(.kind==\"modem\")'\n"
     "  nexhost live --sta-socket /var/run/wpa_supplicant/wlan0 --ssid any --bss-load\n"
     "  nexhost run --report run.html examples/connected-rssi.json\n"
-    "  nexhost decode --json < records-from-a-modem-log.txt\n"
-    "\n"
-    "Exit codes:\n"
+    "  nexhost decode --json < records-from-a-modem-log.txt\n";
+const char* kExitCodes =
     "  0  done (a live run also ends with 0 after Ctrl-C)\n"
     "  1  the plug-in cannot be loaded, a control socket cannot be reached or\n"
     "     wpa_supplicant went away\n"
-    "  2  invalid command line or scenario (nothing has run), or bad input to decode\n"
-    "\n"
-    "Scenario format and output keys: docs/scenarios.md\n";
+    "  2  invalid command line or scenario (nothing has run), or bad input to decode\n";
+
+// The plug-in nexhost loads unless --plugin names one.
+std::string defaultPlugin() {
+  const char* path = std::getenv("NEXHOST_PLUGIN");
+  return path != nullptr && *path != '\0' ? path : nexhost::Plugin::besideHostLibrary();
+}
+
+// nexhost --help-man SECTIONS and --help-completion: the manual page (with the hand-written
+// roff SECTIONS file) and the bash completion, written at build time from this command
+// line itself. Hidden from --help.
+void addDocumentationWriters(CLI::App& app) {
+  app.add_option_function<std::string>("--help-man",
+                                       [&app](const std::string& sectionsFile) {
+                                         std::ifstream in(sectionsFile);
+                                         std::ostringstream sections;
+                                         sections << in.rdbuf();
+                                         if (!in) throw CLI::FileError::Missing(sectionsFile);
+                                         nexhost::ManualTexts texts{
+                                             NEXHOST_VERSION " (" NEXHOST_COMMIT ")", NEXHOST_DATE,
+                                             kExamples, kExitCodes, sections.str()};
+                                         std::fputs(nexhost::manPage(app, texts).c_str(), stdout);
+                                         throw CLI::Success();
+                                       })
+      ->group("");
+  app.add_flag_callback(
+         "--help-completion",
+         [&app] {
+           std::vector<std::string> logLevels;
+           for (int level = 0; level <= 5; ++level) logLevels.push_back(std::to_string(level));
+           std::vector<std::string> recordTypes;
+           for (const nexhost::RecordKind& kind : nexhost::recordKinds()) {
+             recordTypes.push_back(kind.type);
+           }
+           std::fputs(nexhost::bashCompletion(app, {{"--only", {kKinds.begin(), kKinds.end()}},
+                                                    {"--log-level", logLevels},
+                                                    {"--type", recordTypes}})
+                          .c_str(),
+                      stdout);
+           throw CLI::Success();
+         })
+      ->group("");
+}
 
 void addOutputOptions(CLI::App* command, OutputOptions* out) {
   command->add_flag(
@@ -343,6 +387,9 @@ int runCommand(const std::string& pluginPath, const std::string& file, const Out
 }
 
 int liveCommand(const std::string& pluginPath, LiveOptions options, const OutputOptions& out) {
+  if (options.stationSocket.empty()) {
+    options.stationSocket = options.ctrlDir + "/" + options.interface;
+  }
   std::vector<nexhost::ScenarioStep> steps;
   std::optional<long long> endAt = options.duration;
   nexhost::ScenarioPeers peers;
@@ -434,13 +481,19 @@ int liveCommand(const std::string& pluginPath, LiveOptions options, const Output
 
 int main(int argc, char** argv) {
   CLI::App app{kDescription, "nexhost"};
-  app.footer(kFooter);
+  app.footer(std::string("\nExamples:\n") + kExamples + "\nExit codes:\n" + kExitCodes +
+             "\nScenario format and output keys: docs/scenarios.md (installed in\n"
+             "/usr/share/doc/nexhost/), or man nexhost.\n");
   app.require_subcommand(1);
   app.fallthrough();
-  std::string pluginPath = NEXHOST_DEFAULT_PLUGIN;
-  app.add_option("--plugin", pluginPath, "the plug-in to load")
-      ->type_name("FILE")
-      ->capture_default_str();
+  app.set_version_flag("-V,--version",
+                       "nexhost " NEXHOST_VERSION " (" NEXHOST_COMMIT ", " NEXHOST_DATE ")");
+  std::string pluginPath = defaultPlugin();
+  app.add_option("--plugin", pluginPath,
+                 "the plug-in to load (default: $NEXHOST_PLUGIN, else the libmdxwifi.so "
+                 "beside libnex.so: the build's, or ../lib/<arch>/nexhost/ from the installed "
+                 "nexhost)")
+      ->type_name("FILE");
 
   OutputOptions runOutput;
   std::string scenarioFile;
@@ -466,9 +519,24 @@ int main(int argc, char** argv) {
       "live",
       "Run the plug-in in real time against a running wpa_supplicant (and hostapd_cli).\n"
       "One host timer unit is one second. Ctrl-C stops every request and exits.");
-  liveCmd->add_option("--sta-socket", live.stationSocket, "the station's control socket")
+  CLI::Option* ctrlDir =
+      liveCmd
+          ->add_option("-p,--ctrl-dir", live.ctrlDir,
+                       "wpa_supplicant's control directory (its ctrl_interface), as wpa_cli -p")
+          ->type_name("DIR")
+          ->capture_default_str();
+  CLI::Option* interface =
+      liveCmd
+          ->add_option("-i,--interface", live.interface,
+                       "the station's interface, whose control socket is DIR/IFACE, as wpa_cli -i")
+          ->type_name("IFACE")
+          ->capture_default_str();
+  liveCmd
+      ->add_option("--sta-socket", live.stationSocket,
+                   "the station's control socket, in place of -p and -i")
       ->type_name("PATH")
-      ->capture_default_str();
+      ->excludes(ctrlDir)
+      ->excludes(interface);
   liveCmd
       ->add_option("--p2p-socket", live.p2pSocket,
                    "the P2P interface's control socket (default: none)")
@@ -525,6 +593,7 @@ int main(int argc, char** argv) {
   liveCmd->footer(
       "\nExamples:\n"
       "  nexhost live --ssid any --bss-load --reporting 10\n"
+      "  nexhost live -p /run/wpa_supplicant -i wlan1 --ssid connected\n"
       "  nexhost live --ssid connected --sampling 1 --reporting 5 --alpha 0.8\n"
       "  nexhost live --ssid LabNet --bssid 02:00:00:00:00:00 --channel 1 --duration 60\n"
       "  nexhost live --scenario examples/default-profile.json --hostapd-ctrl /var/run/hostapd\n"
@@ -588,12 +657,17 @@ int main(int argc, char** argv) {
       "naming the argument or input line, and exit code 2. At most 100,000 records, each line\n"
       "at most 64 KiB.\n");
 
+  addDocumentationWriters(app);
   try {
     app.parse(argc, argv);
+  } catch (const CLI::CallForVersion& e) {
+    return app.exit(e);
   } catch (const CLI::CallForHelp& e) {
     return app.exit(e);
   } catch (const CLI::CallForAllHelp& e) {
     return app.exit(e);
+  } catch (const CLI::Success& e) {  // --help-man, --help-completion: written already
+    return kExitOk;
   } catch (const CLI::ParseError& e) {
     app.exit(e);
     return kExitUsage;

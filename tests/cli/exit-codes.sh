@@ -32,6 +32,11 @@ expect 2 "SCENARIO is required" -- run
 expect 2 "--bssid: expected a BSSID" -- live --ssid any --bssid 02:00
 expect 1 "cannot reach wpa_supplicant at /tmp/nexhost-no-such-dir/wlan0: No such file or directory" -- \
   live --sta-socket /tmp/nexhost-no-such-dir/wlan0 --ssid any
+expect 1 "cannot reach wpa_supplicant at /tmp/nexhost-no-such-dir/wlan9: No such file" -- \
+  live -p /tmp/nexhost-no-such-dir -i wlan9 --ssid any
+expect 1 "cannot reach wpa_supplicant at /tmp/nexhost-no-such-dir/wlan9: No such file" -- \
+  live -p/tmp/nexhost-no-such-dir -iwlan9 --ssid any
+expect 2 "excludes --sta-socket" -- live -i wlan0 --sta-socket /tmp/x --ssid any
 expect 1 "cannot load the plug-in" -- --plugin /tmp/nexhost-no-such-plugin.so run "$data/empty.json"
 expect 2 "cannot write the report /tmp/nexhost-no-such-dir/r.html" -- \
   run --report /tmp/nexhost-no-such-dir/r.html "$data/empty.json"

@@ -20,6 +20,18 @@ std::unique_ptr<Plugin> Plugin::load(const std::string& path, std::string* error
   return std::unique_ptr<Plugin>(new Plugin(handle, init()));
 }
 
+std::string Plugin::besideHostLibrary() {
+  Dl_info info{};
+  if (dladdr(reinterpret_cast<void*>(&Plugin::besideHostLibrary), &info) == 0 ||
+      info.dli_fname == nullptr) {
+    return "libmdxwifi.so";  // left to the loader's search path
+  }
+  std::string path = info.dli_fname;
+  const std::size_t slash = path.rfind('/');
+  path.erase(slash == std::string::npos ? 0 : slash + 1);
+  return path + "libmdxwifi.so";
+}
+
 // The plug-in's singletons live until the process ends, as on the handset: never unload.
 Plugin::~Plugin() = default;
 

@@ -12,6 +12,9 @@ class Plugin {
  public:
   // Null, with `error` set, when the library or its init cannot be found.
   static std::unique_ptr<Plugin> load(const std::string& path, std::string* error);
+  // The plug-in that ships with this libnex: the libmdxwifi.so in the same directory, in
+  // the build tree and in an installed tree alike, wherever that tree was moved.
+  static std::string besideHostLibrary();
   ~Plugin();
   Plugin(const Plugin&) = delete;
   Plugin& operator=(const Plugin&) = delete;

@@ -1,9 +1,11 @@
 #include "live/ControlSocket.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <stddef.h>  // wpa_ctrl.h uses size_t without declaring it
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <wpa_ctrl.h>
 
@@ -13,6 +15,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "framework/Modem.h"
 #include "live/LiveText.h"
 
 namespace nexhost {
@@ -21,12 +24,59 @@ namespace {
 
 constexpr int kMaxStaleDatagrams = 64;
 
+// The control sockets in `dir`, named for an error ("wlan0, p2p-dev-wlan0"), at most 8.
+std::string socketsIn(const std::string& dir) {
+  std::vector<std::string> names;
+  if (DIR* d = opendir(dir.c_str())) {
+    while (const dirent* entry = readdir(d)) {
+      struct stat st {};
+      const std::string path = dir + "/" + entry->d_name;
+      if (::stat(path.c_str(), &st) == 0 && S_ISSOCK(st.st_mode)) names.push_back(entry->d_name);
+    }
+    closedir(d);
+  }
+  std::sort(names.begin(), names.end());
+  std::string list;
+  for (std::size_t i = 0; i < names.size() && i < 8; ++i) {
+    list += (i == 0 ? "" : ", ") + printableBytes(names[i]);
+  }
+  if (names.size() > 8) list += ", ...";
+  return list.empty() ? "none" : list;
+}
+
+// Why a control socket cannot be reached, in the words that point to the fix: a
+// directory given for a socket, a missing socket (and which are there) or directory, a
+// file that is no socket, a socket nobody listens on, a denied permission.
 std::string reachError(const std::string& path, int error) {
-  std::string text = "cannot reach wpa_supplicant at " + path + ": " +
-                     (error != 0 ? std::strerror(error) : "the client library could not open it");
-  if (error == ENOENT) text += " (is wpa_supplicant running with this ctrl_interface?)";
+  const std::string head = "cannot reach wpa_supplicant at " + path + ": ";
+  struct stat st {};
+  const bool exists = ::stat(path.c_str(), &st) == 0;
+  if (exists && S_ISDIR(st.st_mode)) {
+    return head + "a directory, not a control socket (name the interface: -p " + path +
+           " -i IFACE; sockets there: " + socketsIn(path) + ")";
+  }
+  if (exists && !S_ISSOCK(st.st_mode)) {
+    return head + (S_ISREG(st.st_mode) ? "a regular file" : "a FIFO or device") +
+           ", not a control socket";
+  }
+  const std::size_t slash = path.rfind('/');
+  const std::string dir =
+      slash == std::string::npos ? "." : path.substr(0, std::max<std::size_t>(slash, 1));
+  std::string text =
+      head + (error != 0 ? std::strerror(error) : "the client library could not open it");
+  if (error == ENOENT) {
+    struct stat dirStat {};
+    if (::stat(dir.c_str(), &dirStat) != 0 || !S_ISDIR(dirStat.st_mode)) {
+      text += " (no directory " + dir + ": is wpa_supplicant running, with ctrl_interface=" + dir +
+              "?)";
+    } else {
+      text += " (no such socket; sockets in " + dir + ": " + socketsIn(dir) + ")";
+    }
+  }
   if (error == EACCES || error == EPERM) text += " (run as root or join the socket's group)";
-  if (error == ECONNREFUSED) text += " (stale socket: nobody listens on it)";
+  if (error == ECONNREFUSED) {
+    text += " (a stale socket: nobody listens on it; wpa_supplicant stopped without removing it)";
+  }
   return text;
 }
 
