@@ -131,8 +131,9 @@ std::string loadText(const BssLoad& load) {
 
 class ScanCycle : public HostedRunner {
  public:
-  ScanCycle(dsd_start_wifi_meas_ind_msg_v01 indication, bool answerBss) {
-    supplicant_->scanResults = scanResults();
+  ScanCycle(dsd_start_wifi_meas_ind_msg_v01 indication, bool answerBss,
+            const std::string& listing = scanResults()) {
+    supplicant_->scanResults = listing;
     if (answerBss) {
       for (const ScanLine& line : scanLines()) {
         supplicant_->bssReplies["BSS " + line.bssid] =
@@ -267,21 +268,29 @@ class ElementsToMap : public HostedRunner {
  public:
   ElementsToMap(std::string text, uint16_t frequency)
       : text_(std::move(text)), frequency_(frequency) {}
+  ~ElementsToMap() override { clear(); }
+  // The map a run returns is kept until the next one, so that a run's allocations are
+  // those the map keeps, and what it frees within the run is what the walk threw away.
   void run() override {
+    clear();
     clearJournals();
-    WifiInfoMap map;
-    WifiInformationElementParser::parse(&text_[0], map);
-    elements_ = map.size();
-    // The map owns its elements; whoever empties it frees them.
-    for (auto& entry : map) delete entry.second;
+    WifiInformationElementParser::parse(&text_[0], map_);
+    elements_ = map_.size();
   }
   std::string outcome() override {
     return "elements=" + std::to_string(elements_) + " " + pluginFacts(text_, frequency_);
   }
 
  private:
+  // The map owns its elements; whoever empties it frees them.
+  void clear() {
+    for (auto& entry : map_) delete entry.second;
+    map_.clear();
+  }
+
   std::string text_;
   uint16_t frequency_;
+  WifiInfoMap map_;
   std::size_t elements_ = 0;
 };
 
@@ -392,13 +401,14 @@ std::string loadText(const floors::LoadFacts& facts) {
 
 class ScanFloor : public Floor {
  public:
-  explicit ScanFloor(bool withBss) : withBss_(withBss) {
+  explicit ScanFloor(bool withBss, std::string listing = scanResults())
+      : withBss_(withBss), listing_(std::move(listing)) {
     for (const ScanLine& line : scanLines()) {
       replies_.push_back(recorded(line.frequency < 3000 ? "bss.txt" : "bss_5ghz.txt").c_str());
     }
   }
   void run() override {
-    facts_ = floors::scanResults(scanResults().c_str());
+    facts_ = floors::scanResults(listing_.c_str());
     if (!withBss_) return;
     utilization_ = 0;
     for (const char* reply : replies_)
@@ -410,7 +420,7 @@ class ScanFloor : public Floor {
 
  protected:
   std::string pluginOutcome() override {
-    const WifiScanResult result = WifiParser::getInstance()->parseScanData(scanResults().c_str());
+    const WifiScanResult result = WifiParser::getInstance()->parseScanData(listing_.c_str());
     floors::ScanFacts facts;
     for (const auto& entry : result.byFreqBssidSsid) {
       ++facts.lines;
@@ -428,6 +438,7 @@ class ScanFloor : public Floor {
 
  private:
   bool withBss_;
+  std::string listing_;
   std::vector<const char*> replies_;
   floors::ScanFacts facts_;
   long long utilization_ = 0;
@@ -560,6 +571,16 @@ std::vector<Case> allCases() {
                      [] { return new ScanCycle(indication(3, kRssiAndLoad, {anySsid()}), true); }));
   all.push_back(make("floor/scan_results", "", [] { return new ScanFloor(false); }));
   all.push_back(make("floor/scan_results+bss", "", [] { return new ScanFloor(true); }));
+  // The any-SSID cycle over listings of 1, 16 and 256 access points: once the store has
+  // warmed, what a cycle allocates must not grow with them.
+  for (const std::size_t count : {1, 16, 256}) {
+    const std::string name = "scan_cycle/aps/" + std::to_string(count);
+    const std::string floor = "floor/scan_results/aps/" + std::to_string(count);
+    all.push_back(make(name, floor, [count] {
+      return new ScanCycle(indication(1, kRssi, {anySsid()}), false, scanResultsOf(count));
+    }));
+    all.push_back(make(floor, "", [count] { return new ScanFloor(false, scanResultsOf(count)); }));
+  }
 
   struct Elements {
     const char* name;

@@ -20,6 +20,7 @@ namespace {
 
 bool counting = false;
 std::size_t allocations = 0;
+std::size_t transient = 0;
 // Relative to the baseline. Blocks older than the stretch that it frees are not known
 // here and count nothing, so the peak errs high, never low.
 long long live = 0;
@@ -60,6 +61,7 @@ inline void released(void* block) {
     if (slots[i].block == block) {
       live -= static_cast<long long>(slots[i].size);
       slots[i].block = kFreed;
+      ++transient;
       return;
     }
   }
@@ -73,6 +75,7 @@ void begin() {
   std::memset(slots, 0, sizeof slots);
   slotsUsed = 0;
   allocations = 0;
+  transient = 0;
   live = 0;
   peak = 0;
   counting = true;
@@ -83,6 +86,7 @@ Stats end() {
   Stats stats;
   stats.allocations = allocations;
   stats.peakBytes = static_cast<std::size_t>(peak);
+  stats.transient = transient;
   return stats;
 }
 

@@ -183,6 +183,28 @@ const std::vector<ScanLine>& scanLines() {
   return lines;
 }
 
+std::string scanResultsOf(std::size_t count) {
+  std::string text = scanResults().substr(0, scanResults().find('\n') + 1);
+  std::size_t added = 0;
+  for (std::size_t round = 0; added < count; ++round) {
+    std::istringstream in(scanResults());
+    std::string line;
+    std::getline(in, line);  // header
+    while (added < count && std::getline(in, line)) {
+      if (round > 0) {
+        // A locally administered BSSID numbered by the round.
+        char prefix[10];
+        std::snprintf(prefix, sizeof prefix, "02:%02x:", static_cast<unsigned>(round & 0xff));
+        line.replace(0, 6, prefix);
+      }
+      text += line;
+      text += '\n';
+      ++added;
+    }
+  }
+  return text;
+}
+
 std::string elementsOf(const std::string& bssReply) {
   std::istringstream in(bssReply);
   std::string line;

@@ -19,6 +19,9 @@ struct ScanLine {
 };
 // The listing's lines, in order.
 const std::vector<ScanLine>& scanLines();
+// A SCAN_RESULTS reply of `count` access points: the composed listing's lines over and
+// over, each repeat with BSSIDs of its own.
+std::string scanResultsOf(std::size_t count);
 
 // The value of the first "ie=" line of a BSS reply.
 std::string elementsOf(const std::string& bssReply);

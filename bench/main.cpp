@@ -46,6 +46,7 @@ void runCase(benchmark::State& state, const bench::Case* c) {
   const heap::Stats heapUse = measureHeap(*runner);
   for (auto _ : state) runner->run();
   state.counters["allocs"] = static_cast<double>(heapUse.allocations);
+  state.counters["transient"] = static_cast<double>(heapUse.transient);
   state.counters["peak_heap"] =
       benchmark::Counter(static_cast<double>(heapUse.peakBytes), benchmark::Counter::kDefaults,
                          benchmark::Counter::kIs1024);
@@ -126,8 +127,9 @@ int callgrind(const std::vector<std::string>& names) {
     runner->run();
     CALLGRIND_TOGGLE_COLLECT;
     CALLGRIND_DUMP_STATS_AT(c.name.c_str());
-    std::printf("case\t%s\t%s\t%zu\t%zu\n", c.name.c_str(), c.floor.empty() ? "-" : c.floor.c_str(),
-                heapUse.allocations, heapUse.peakBytes);
+    std::printf("case\t%s\t%s\t%zu\t%zu\t%zu\n", c.name.c_str(),
+                c.floor.empty() ? "-" : c.floor.c_str(), heapUse.allocations, heapUse.peakBytes,
+                heapUse.transient);
   }
   return 0;
 }

@@ -11,6 +11,24 @@
 // Walks the hex text of 802.11 information elements (the "ie" value of a BSS reply).
 namespace WifiInformationElementParser {
 
+// An element's body, read byte by byte: bytes already decoded, or the hex pairs of the
+// text itself, decoded as they are read, so that the walk neither copies nor decodes a
+// body beyond what its element class reads.
+class ElementBody {
+ public:
+  ElementBody(const uint8_t* bytes, size_t size) : bytes_(bytes), size_(size) {}
+  static ElementBody ofHexPairs(const char* pairs, size_t size);
+  size_t size() const { return size_; }
+  bool empty() const { return size_ == 0; }
+  uint8_t operator[](size_t i) const;
+
+ private:
+  ElementBody() = default;
+  const uint8_t* bytes_ = nullptr;
+  const char* pairs_ = nullptr;
+  size_t size_ = 0;
+};
+
 class InformationElement {
  public:
   virtual ~InformationElement() = default;
@@ -18,14 +36,14 @@ class InformationElement {
   virtual std::string get_name() = 0;
   virtual int get_id() = 0;
   virtual std::string to_string();
-  // Each element class also reads its body in place with parseBody(body, size), as its
-  // parse() does with a vector, so that the walk copies no body.
+  // Each element class also reads a body in place with parseBody(body), as its parse()
+  // does with a vector, so that the walk copies no body.
 };
 
 class BSSLoadElement : public InformationElement {
  public:
   bool parse(std::vector<uint8_t> body) override;
-  bool parseBody(const uint8_t* body, size_t size);
+  bool parseBody(const ElementBody& body);
   std::string get_name() override;
   int get_id() override;
   std::string to_string() override;
@@ -35,7 +53,7 @@ class BSSLoadElement : public InformationElement {
 class HTOperationElement : public InformationElement {
  public:
   bool parse(std::vector<uint8_t> body) override;
-  bool parseBody(const uint8_t* body, size_t size);
+  bool parseBody(const ElementBody& body);
   std::string get_name() override;
   int get_id() override;
   std::string to_string() override;
@@ -46,7 +64,7 @@ class HTOperationElement : public InformationElement {
 class VHTOperationElement : public InformationElement {
  public:
   bool parse(std::vector<uint8_t> body) override;
-  bool parseBody(const uint8_t* body, size_t size);
+  bool parseBody(const ElementBody& body);
   std::string get_name() override;
   int get_id() override;
   std::string to_string() override;
@@ -57,7 +75,7 @@ class VHTOperationElement : public InformationElement {
 class ERPElement : public InformationElement {
  public:
   bool parse(std::vector<uint8_t> body) override;
-  bool parseBody(const uint8_t* body, size_t size);
+  bool parseBody(const ElementBody& body);
   std::string get_name() override;
   int get_id() override;
 };
@@ -65,12 +83,17 @@ class ERPElement : public InformationElement {
 class SupportedRateElement : public InformationElement {
  public:
   bool parse(std::vector<uint8_t> body) override;
-  bool parseBody(const uint8_t* body, size_t size);
+  bool parseBody(const ElementBody& body);
   std::string get_name() override;
   int get_id() override;
+  // Checks a body as parseBody does, with the same log lines, and keeps nothing.
+  static bool checkBody(const ElementBody& body);
   // Rate in bit/s of a rates byte (mandatory flag ignored), -1 when unknown.
   static int32_t getRateFromByte(int rateByte);
   std::vector<int32_t> mRates;
+
+ private:
+  static bool readRates(const ElementBody& body, std::vector<int32_t>* rates);
 };
 
 class ExtendedSupportedRateElement : public SupportedRateElement {
@@ -82,16 +105,21 @@ class ExtendedSupportedRateElement : public SupportedRateElement {
 class InterworkingElement : public InformationElement {
  public:
   bool parse(std::vector<uint8_t> body) override;
-  bool parseBody(const uint8_t* body, size_t size);
+  bool parseBody(const ElementBody& body);
   std::string get_name() override;
   int get_id() override;
+  // Checks a body as parseBody does, with the same log lines, and keeps nothing.
+  static bool checkBody(const ElementBody& body);
   std::string mHessid;
+
+ private:
+  static bool readHessid(const ElementBody& body, std::string* hessid);
 };
 
 class CountryElement : public InformationElement {
  public:
   bool parse(std::vector<uint8_t> body) override;
-  bool parseBody(const uint8_t* body, size_t size);
+  bool parseBody(const ElementBody& body);
   std::string get_name() override;
   int get_id() override;
   std::string mCountryCode;
@@ -104,6 +132,10 @@ char* parse_next_tlv(char* text, uint8_t* id, std::vector<uint8_t>* body);
 void parse(char* text, BssLoad& load);
 // Adds the elements the derived facts need (ids 1, 7, 42, 50, 61, 107, 192), first wins.
 void parse(char* text, std::map<int, InformationElement*>& map);
+// The same walks over the `length` characters at `text`, which need no terminator: a value
+// inside a reply, read where it is.
+void parse(const char* text, size_t length, BssLoad& load);
+void parse(const char* text, size_t length, std::map<int, InformationElement*>& map);
 uint32_t calc_freq(uint8_t htWidth, uint8_t vhtWidth);
 uint8_t convert_lowest(uint8_t centreChannel);
 

@@ -1,9 +1,11 @@
 #define MDX_LOG_MODULE_ID 10355
 #include "WifiInformationElementParser.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <type_traits>
 
 #include "Log.h"
 
@@ -40,63 +42,94 @@ struct HexDigits {
 };
 constexpr HexDigits kHexDigits;
 
+// The same, scaled for a byte's two digits: a byte is high[first] | low[second]. Words,
+// so that the two combine without narrowing, at no cost where the byte indexes a table.
+struct ByteDigits {
+  uint32_t high[256] = {};
+  uint32_t low[256] = {};
+  constexpr ByteDigits() {
+    for (int c = 0; c < 256; ++c) {
+      high[c] = static_cast<uint32_t>(kHexDigits.value[c]) << 4;
+      low[c] = kHexDigits.value[c];
+    }
+  }
+};
+constexpr ByteDigits kByteDigits;
+
+// "0" to "255": the line of a body byte is its decimal text.
+struct ByteTexts {
+  char text[256][4] = {};
+  constexpr ByteTexts() {
+    for (int value = 0; value < 256; ++value) {
+      int at = 0;
+      if (value >= 100) text[value][at++] = static_cast<char>('0' + value / 100);
+      if (value >= 10) text[value][at++] = static_cast<char>('0' + value / 10 % 10);
+      text[value][at] = static_cast<char>('0' + value % 10);
+    }
+  }
+};
+constexpr ByteTexts kByteTexts;
+
 constexpr char kBssLoadName[] = "BSSLoadElement";
 constexpr char kHtOperationName[] = "HTOperationElement";
 constexpr char kVhtOperationName[] = "VHTOperationElement";
 
 // One byte from two hex characters; the caller has checked that both are there.
-uint8_t hexByte(const char* pair) {
-  return static_cast<uint8_t>(kHexDigits.value[static_cast<unsigned char>(pair[0])] << 4 |
-                              kHexDigits.value[static_cast<unsigned char>(pair[1])]);
+inline uint32_t byteAt(const char* pair) {
+  return kByteDigits.high[static_cast<unsigned char>(pair[0])] |
+         kByteDigits.low[static_cast<unsigned char>(pair[1])];
 }
+uint8_t hexByte(const char* pair) { return static_cast<uint8_t>(byteAt(pair)); }
 
-// One element as the walk reads it: the body decoded in place, never copied.
+// One element as it stands in the text: its id, and its body as `size` hex pairs, read
+// where they are. Only the bytes somebody uses are decoded.
 struct Element {
   uint8_t id = 0;
-  size_t size = 0;  // the bytes read into body
-  uint8_t body[kMaxElementSize];
+  size_t size = 0;
+  const char* pairs = nullptr;
+  ElementBody body() const { return ElementBody::ofHexPairs(pairs, size); }
 };
 
-bool hasHeader(const char* text) {
-  // Each test runs only when the characters before it were not the terminator.
-  return text[0] != '\0' && text[1] != '\0' && text[2] != '\0' && text[3] != '\0';
-}
-
-// Decodes the element at `text`, which has a header. Returns where the next element
-// begins, or null when this one is empty or the text ends inside its body (element.size
-// then says how far it got).
-const char* readElement(const char* text, Element& element) {
+// The element at `text`, whose end is `end`; false when the text holds no whole element
+// there: no header, an empty body (which ends the walk on purpose), or a body the text
+// ends inside.
+// Inlined into each walk, as logElement is: both run once an element.
+__attribute__((always_inline)) inline bool readElement(const char* text, const char* end,
+                                                       Element& element) {
+  if (end - text < 4) return false;
   element.id = hexByte(text);
-  const size_t length = hexByte(text + 2);
-  const char* pairs = text + 4;
-  // Only as many bytes as the text holds: one length check, then a plain decode.
-  element.size = strnlen(pairs, 2 * length) / 2;
-  for (size_t i = 0; i < element.size; ++i) element.body[i] = hexByte(pairs + 2 * i);
-  if (length == 0 || element.size < length) return nullptr;
-  return pairs + 2 * length;
+  element.size = hexByte(text + 2);
+  element.pairs = text + 4;
+  return element.size != 0 && static_cast<size_t>(end - element.pairs) >= 2 * element.size;
 }
 
-void logElement(const Element& element) {
-  // The logger is looked up once for the element's lines, one a body byte.
-  NexMsg* const logger = NexMsg::globalLogger;
-  if (logger == nullptr) return;
-  logger->print(1, MDX_LOG_MODULE_ID, __FILE__, __LINE__, "Parsed TLV: id=%u len=%d ",
-                static_cast<unsigned>(element.id), static_cast<int>(element.size));
-  for (size_t i = 0; i < element.size; ++i) {
-    logger->print(1, MDX_LOG_MODULE_ID, __FILE__, __LINE__, "%u",
-                  static_cast<unsigned>(element.body[i]));
+__attribute__((always_inline)) inline void logElement(NexMsg& logger, const Element& element) {
+  logger.print(1, MDX_LOG_MODULE_ID, __FILE__, __LINE__, "Parsed TLV: id=%u len=%d ",
+               static_cast<unsigned>(element.id), static_cast<int>(element.size));
+  // A byte's line, "%u" of the byte, is handed over already formatted, as a format without
+  // directives: the call then passes no argument on the stack, which would cost a quarter
+  // of it, and the walk makes one such call a byte. Each byte is decoded as it is logged.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-security"
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+  const char* const end = element.pairs + 2 * element.size;
+  for (const char* pair = element.pairs; pair != end; pair += 2) {
+    logger.print(1, MDX_LOG_MODULE_ID, __FILE__, __LINE__, kByteTexts.text[byteAt(pair)]);
   }
+#pragma GCC diagnostic pop
 }
 
-// Calls handle(element) for each element of the text, after logging it.
+// Calls handle(element) for each element of the text [text, end), after logging it, up
+// to the first empty or cut element.
 template <typename Handle>
-void walk(const char* text, Handle handle) {
+void walk(const char* text, const char* end, Handle handle) {
+  // The logger is looked up once for the walk's lines, one a body byte.
+  NexMsg* const logger = NexMsg::globalLogger;
   Element element;
-  while (text != nullptr && hasHeader(text)) {
-    text = readElement(text, element);
-    if (text == nullptr) break;  // an empty or cut element ends the walk
-    logElement(element);
+  while (readElement(text, end, element)) {
+    if (logger != nullptr) logElement(*logger, element);
     handle(element);
+    text = element.pairs + 2 * element.size;
   }
 }
 
@@ -117,12 +150,18 @@ template <typename T>
 void keepFirst(const Element& element, std::map<int, InformationElement*>& map) {
   const auto found = map.lower_bound(element.id);
   if (found != map.end() && found->first == element.id) {
-    T duplicate;
-    duplicate.parseBody(element.body, element.size);
+    // Parsed all the same for its log lines; a class whose fields take heap only checks.
+    if constexpr (std::is_base_of_v<SupportedRateElement, T> ||
+                  std::is_same_v<T, InterworkingElement>) {
+      T::checkBody(element.body());
+    } else {
+      T duplicate;
+      duplicate.parseBody(element.body());
+    }
     return;
   }
   T* object = new T();
-  object->parseBody(element.body, element.size);
+  object->parseBody(element.body());
   map.emplace_hint(found, element.id, object);
 }
 
@@ -148,7 +187,7 @@ void keepForFacts(const Element& element, std::map<int, InformationElement*>& ma
   }
 }
 
-std::string formatHessid(const uint8_t* body, size_t first) {
+std::string formatHessid(const ElementBody& body, size_t first) {
   char text[18];
   std::snprintf(text, sizeof(text), "%02x:%02x:%02x:%02x:%02x:%02x",
                 static_cast<unsigned>(body[first]), static_cast<unsigned>(body[first + 1]),
@@ -159,6 +198,19 @@ std::string formatHessid(const uint8_t* body, size_t first) {
 
 }  // namespace
 
+// ---- Bodies
+
+ElementBody ElementBody::ofHexPairs(const char* pairs, size_t size) {
+  ElementBody body;
+  body.pairs_ = pairs;
+  body.size_ = size;
+  return body;
+}
+
+uint8_t ElementBody::operator[](size_t i) const {
+  return bytes_ != nullptr ? bytes_[i] : hexByte(pairs_ + 2 * i);
+}
+
 // ---- Base
 
 std::string InformationElement::to_string() { return "ERR"; }
@@ -166,10 +218,10 @@ std::string InformationElement::to_string() { return "ERR"; }
 // ---- BSS load: station count (2 bytes), channel utilisation, admission capacity (2 bytes)
 
 bool BSSLoadElement::parse(std::vector<uint8_t> body) {
-  return parseBody(body.data(), body.size());
+  return parseBody(ElementBody(body.data(), body.size()));
 }
-bool BSSLoadElement::parseBody(const uint8_t* body, size_t size) {
-  if (size != kBssLoadSize) return false;
+bool BSSLoadElement::parseBody(const ElementBody& body) {
+  if (body.size() != kBssLoadSize) return false;
   mChannelUtilization = body[2];
   return true;
 }
@@ -187,10 +239,10 @@ std::string BSSLoadElement::to_string() { return lineOf(BSS_LOAD_LINE(*this)); }
 // ---- HT operation: the width is byte 2 taken whole; users only test it for zero.
 
 bool HTOperationElement::parse(std::vector<uint8_t> body) {
-  return parseBody(body.data(), body.size());
+  return parseBody(ElementBody(body.data(), body.size()));
 }
-bool HTOperationElement::parseBody(const uint8_t* body, size_t size) {
-  if (size != kHtOperationSize) return false;
+bool HTOperationElement::parseBody(const ElementBody& body) {
+  if (body.size() != kHtOperationSize) return false;
   mPrimaryChannel = body[0];
   mChannelWidth = body[2];
   return true;
@@ -206,10 +258,10 @@ std::string HTOperationElement::to_string() { return lineOf(HT_OPERATION_LINE(*t
 // ---- VHT operation: width, centre segment 0, centre segment 1, basic MCS set (2 bytes)
 
 bool VHTOperationElement::parse(std::vector<uint8_t> body) {
-  return parseBody(body.data(), body.size());
+  return parseBody(ElementBody(body.data(), body.size()));
 }
-bool VHTOperationElement::parseBody(const uint8_t* body, size_t size) {
-  if (size != kVhtOperationSize) return false;
+bool VHTOperationElement::parseBody(const ElementBody& body) {
+  if (body.size() != kVhtOperationSize) return false;
   mChannelWidth = body[0];
   mSeg1CenterFreq = body[2];
   return true;
@@ -224,28 +276,35 @@ std::string VHTOperationElement::to_string() { return lineOf(VHT_OPERATION_LINE(
 
 // ---- ERP: only its presence matters.
 
-bool ERPElement::parse(std::vector<uint8_t> body) { return parseBody(body.data(), body.size()); }
-bool ERPElement::parseBody(const uint8_t* /*body*/, size_t size) { return size != 0; }
+bool ERPElement::parse(std::vector<uint8_t> body) {
+  return parseBody(ElementBody(body.data(), body.size()));
+}
+bool ERPElement::parseBody(const ElementBody& body) { return !body.empty(); }
 std::string ERPElement::get_name() { return "ERPElement"; }
 int ERPElement::get_id() { return kErpId; }
 
 // ---- Supported and extended supported rates: both hold at most 8 rates.
 
 bool SupportedRateElement::parse(std::vector<uint8_t> body) {
-  return parseBody(body.data(), body.size());
+  return parseBody(ElementBody(body.data(), body.size()));
 }
-bool SupportedRateElement::parseBody(const uint8_t* body, size_t size) {
-  if (size == 0 || size > kMaxRates) {
+bool SupportedRateElement::parseBody(const ElementBody& body) { return readRates(body, &mRates); }
+bool SupportedRateElement::checkBody(const ElementBody& body) { return readRates(body, nullptr); }
+bool SupportedRateElement::readRates(const ElementBody& body, std::vector<int32_t>* rates) {
+  if (body.empty() || body.size() > kMaxRates) {
     MDX_LOG(1, "Invalid length of rate");
     return false;
   }
-  for (size_t i = 0; i < size; ++i) {
-    const int32_t rate = getRateFromByte(body[i]);
-    if (rate < 1) {
-      MDX_LOG(1, "Invalid rate present");
-      return false;  // the rates before it stay
-    }
-    mRates.push_back(rate);
+  // The rates before the first unknown byte stay: one block holds them.
+  size_t known = 0;
+  while (known < body.size() && getRateFromByte(body[known]) >= 1) ++known;
+  if (rates != nullptr && known != 0) {
+    rates->reserve(rates->size() + known);
+    for (size_t i = 0; i < known; ++i) rates->push_back(getRateFromByte(body[i]));
+  }
+  if (known < body.size()) {
+    MDX_LOG(1, "Invalid rate present");
+    return false;
   }
   return true;
 }
@@ -295,19 +354,21 @@ int ExtendedSupportedRateElement::get_id() { return kExtendedRatesId; }
 // optional HESSID (6 bytes).
 
 bool InterworkingElement::parse(std::vector<uint8_t> body) {
-  return parseBody(body.data(), body.size());
+  return parseBody(ElementBody(body.data(), body.size()));
 }
-bool InterworkingElement::parseBody(const uint8_t* body, size_t size) {
-  switch (size) {
+bool InterworkingElement::parseBody(const ElementBody& body) { return readHessid(body, &mHessid); }
+bool InterworkingElement::checkBody(const ElementBody& body) { return readHessid(body, nullptr); }
+bool InterworkingElement::readHessid(const ElementBody& body, std::string* hessid) {
+  switch (body.size()) {
     case 1:
     case 3:
       MDX_LOG(1, "HESSID not present");
       return true;
     case 7:
-      mHessid = formatHessid(body, 1);
+      if (hessid != nullptr) *hessid = formatHessid(body, 1);
       return true;
     case 9:
-      mHessid = formatHessid(body, 3);
+      if (hessid != nullptr) *hessid = formatHessid(body, 3);
       return true;
     default:
       MDX_LOG(1, "Invalid Interworking element length");
@@ -320,10 +381,10 @@ int InterworkingElement::get_id() { return kInterworkingId; }
 // ---- Country: two code characters, an environment byte, then channel triplets.
 
 bool CountryElement::parse(std::vector<uint8_t> body) {
-  return parseBody(body.data(), body.size());
+  return parseBody(ElementBody(body.data(), body.size()));
 }
-bool CountryElement::parseBody(const uint8_t* body, size_t size) {
-  if (size < 4) {
+bool CountryElement::parseBody(const ElementBody& body) {
+  if (body.size() < 4) {
     MDX_LOG(1, "Country Code not present");
     return false;
   }
@@ -344,23 +405,37 @@ uint8_t hex_to_dec(char c) {
 }
 
 char* parse_next_tlv(char* text, uint8_t* id, std::vector<uint8_t>* body) {
-  if (text == nullptr || id == nullptr || body == nullptr || !hasHeader(text)) return nullptr;
+  if (text == nullptr || id == nullptr || body == nullptr) return nullptr;
+  // Only as much text as the element can use is looked at: header and body.
+  const char* const end = text + strnlen(text, 4 + 2 * kMaxElementSize);
+  if (end - text < 4) return nullptr;
   Element element;
-  const char* next = readElement(text, element);
+  const bool whole = readElement(text, end, element);
   *id = element.id;
-  body->assign(element.body, element.body + element.size);  // what was read, also when cut
-  return next == nullptr ? nullptr : text + (next - text);  // next, as the caller's char*
+  // What was read, also of a cut element.
+  const size_t read = std::min(element.size, static_cast<size_t>(end - element.pairs) / 2);
+  body->clear();
+  for (size_t i = 0; i < read; ++i) body->push_back(hexByte(element.pairs + 2 * i));
+  return whole ? text + 4 + 2 * element.size : nullptr;
 }
 
 void parse(char* text, BssLoad& load) {
+  parse(text, text == nullptr ? 0 : std::strlen(text), load);
+}
+
+void parse(char* text, std::map<int, InformationElement*>& map) {
+  parse(text, text == nullptr ? 0 : std::strlen(text), map);
+}
+
+void parse(const char* text, size_t length, BssLoad& load) {
   uint8_t htWidth = 0;
   uint8_t vhtWidth = 0;
   // The log lines are the elements' to_string() texts, handed to the logger unformatted.
-  walk(text, [&](const Element& element) {
+  walk(text, text + length, [&](const Element& element) {
     switch (element.id) {
       case kBssLoadId: {
         BSSLoadElement parsed;
-        if (parsed.parseBody(element.body, element.size)) {
+        if (parsed.parseBody(element.body())) {
           load.channelUtilization = parsed.mChannelUtilization;
           MDX_LOG(1, "--- " BSS_LOAD_LINE(parsed));
         }
@@ -368,7 +443,7 @@ void parse(char* text, BssLoad& load) {
       }
       case kHtOperationId: {
         HTOperationElement parsed;
-        if (parsed.parseBody(element.body, element.size)) {
+        if (parsed.parseBody(element.body())) {
           htWidth = parsed.mChannelWidth;
           MDX_LOG(1, "--- " HT_OPERATION_LINE(parsed));
         }
@@ -376,7 +451,7 @@ void parse(char* text, BssLoad& load) {
       }
       case kVhtOperationId: {
         VHTOperationElement parsed;
-        if (parsed.parseBody(element.body, element.size)) {
+        if (parsed.parseBody(element.body())) {
           vhtWidth = parsed.mChannelWidth;
           load.lowestChannel = convert_lowest(parsed.mSeg1CenterFreq);
           MDX_LOG(1, "--- " VHT_OPERATION_LINE(parsed));
@@ -391,8 +466,8 @@ void parse(char* text, BssLoad& load) {
   load.channelBandwidth = static_cast<uint16_t>(calc_freq(htWidth, vhtWidth));
 }
 
-void parse(char* text, std::map<int, InformationElement*>& map) {
-  walk(text, [&map](const Element& element) { keepForFacts(element, map); });
+void parse(const char* text, size_t length, std::map<int, InformationElement*>& map) {
+  walk(text, text + length, [&map](const Element& element) { keepForFacts(element, map); });
 }
 
 uint32_t calc_freq(uint8_t htWidth, uint8_t vhtWidth) {

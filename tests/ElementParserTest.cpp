@@ -159,15 +159,34 @@ TEST_F(ElementParserTest, MapKeepsTheFirstElementOfEachIdItKnows) {
     for (auto& entry : map) delete entry.second;
   }
 
-  // The second of an id is parsed and freed; a rejected body is kept with zeroed fields.
+  // The second of an id is parsed, for its complaints, and dropped; a rejected body is kept
+  // with zeroed fields.
+  host.logger.clear();
   WifiInfoMap map;
   std::string text = element(7, {'D', 'E', ' ', 1}) + element(7, {'F', 'R', ' ', 1}) +
-                     element(61, std::vector<uint8_t>(3, 7));
+                     element(61, std::vector<uint8_t>(3, 7)) + element(1, {0x82}) +
+                     element(1, {0x84, 0x01}) + element(107, {1}) + element(107, {1, 2});
   wiep::parse(&text[0], map);
   EXPECT_EQ(static_cast<wiep::CountryElement*>(map.at(7))->mCountryCode, "DE");
   const auto* ht = static_cast<wiep::HTOperationElement*>(map.at(61));
   EXPECT_EQ(ht->mPrimaryChannel + ht->mChannelWidth, 0);
+  EXPECT_EQ(static_cast<wiep::SupportedRateElement*>(map.at(1))->mRates,
+            std::vector<int32_t>{1000000});
+  EXPECT_TRUE(logged("Invalid rate present", 1));
+  EXPECT_TRUE(logged("Invalid Interworking element length", 1));
   for (auto& entry : map) delete entry.second;
+}
+
+TEST_F(ElementParserTest, BoundedWalkReadsOnlyItsLength) {
+  // A value inside a reply: the walk ends where the value does, not at the text's end.
+  const std::string first = element(11, {0, 0, 200, 0, 0});
+  const std::string text = first + element(11, {0, 0, 9, 0, 0}) + element(7, {'D', 'E', ' ', 1});
+  BssLoad load = {0, 65535, 0, 0, 0};
+  wiep::parse(text.c_str(), first.size(), load);
+  EXPECT_EQ(load.channelUtilization, 200);
+  WifiInfoMap map;
+  wiep::parse(text.c_str(), text.size() - 1, map);  // the country element cut by one digit
+  EXPECT_TRUE(map.empty());
 }
 
 }  // namespace
