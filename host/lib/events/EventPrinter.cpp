@@ -1,5 +1,7 @@
 #include "events/EventPrinter.h"
 
+#include <cerrno>
+
 namespace nexhost {
 
 namespace {
@@ -170,8 +172,13 @@ std::string EventPrinter::jsonLine(const Event& event) {
 void EventPrinter::print(const Event& event) {
   if (!kinds_.empty() && kinds_.count(event.kind) == 0) return;
   const std::string text = format_ == Format::kText ? EventPrinter::text(event) : jsonLine(event);
-  std::fwrite(text.data(), 1, text.size(), out_);
-  if (flushEachEvent_) std::fflush(out_);
+  if (writeError_ != 0) return;
+  errno = 0;
+  if (std::fwrite(text.data(), 1, text.size(), out_) != text.size() ||
+      (flushEachEvent_ && std::fflush(out_) != 0)) {
+    writeError_ = errno != 0 ? errno : EIO;
+    if (onFailure_ != nullptr) onFailure_();
+  }
 }
 
 void EventPrinter::attach(Trace& trace) {

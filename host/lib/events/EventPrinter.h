@@ -24,6 +24,12 @@ class EventPrinter {
   // of its cost.
   void setFlushEachEvent(bool flush) { flushEachEvent_ = flush; }
 
+  // A write that fails (a full disk, a reader gone) ends the printing: its errno is kept,
+  // nothing more is written, and `onFailure`, when set, is called once (live mode stops
+  // its session there).
+  void setOnWriteFailure(void (*onFailure)()) { onFailure_ = onFailure; }
+  int writeError() const { return writeError_; }
+
   void print(const Event& event);
   // Hooks the printer to a trace, so that events print as they happen.
   void attach(Trace& trace);
@@ -36,6 +42,8 @@ class EventPrinter {
   Format format_;
   std::set<std::string> kinds_;
   bool flushEachEvent_ = true;
+  int writeError_ = 0;
+  void (*onFailure_)() = nullptr;
 };
 
 }  // namespace nexhost

@@ -22,13 +22,7 @@ constexpr long long kLongestWaitMs = 1000;
 // poll().
 int stopPipe[2] = {-1, -1};
 
-void onStopSignal(int) {
-  const char byte = 1;
-  const int saved = errno;
-  if (write(stopPipe[1], &byte, 1) < 0) {
-  }
-  errno = saved;
-}
+void onStopSignal(int) { LiveRunner::requestStop(); }
 
 // Consumes a pending stop signal, so that a later run in this process starts clean.
 bool takeStopSignal() {
@@ -47,6 +41,14 @@ void LiveRunner::installSignalHandlers() {
   sigemptyset(&action.sa_mask);
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
+}
+
+void LiveRunner::requestStop() {
+  const char byte = 1;
+  const int saved = errno;
+  if (stopPipe[1] >= 0 && write(stopPipe[1], &byte, 1) < 0) {
+  }
+  errno = saved;
 }
 
 void LiveRunner::setRecorder(SessionRecorder* recorder) {

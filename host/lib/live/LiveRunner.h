@@ -46,6 +46,9 @@ class LiveRunner {
 
   // Installs the SIGINT and SIGTERM handlers that end run().
   static void installSignalHandlers();
+  // Ends run() as SIGTERM does: for a reader of the output that went away, which must not
+  // leave requests running or files unwritten. Safe in a signal handler.
+  static void requestStop();
 
  private:
   Host& host_;
