@@ -43,4 +43,5 @@ class WifiInfoProvider {
   ScanReportCallback callback = nullptr;
   void* callbackContext = nullptr;
   std::list<MeasurementRequestReport> reports;
+  WifiScanResult scanStore;  // the last scan, filtered; what the callback is handed
 };

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 
 #include "WifiInformationElementParser.h"
 #include "WifiScanResult.h"
@@ -15,6 +16,8 @@ class WifiParser {
   static WifiParser* getInstance();
 
   WifiScanResult parseScanData(const char* text);
+  // The same into a store that is cleared first, keeping its memory for the lines.
+  void parseScanData(const char* text, WifiScanResult& result);
   WifiStatus hostapdStatus(const char* text);
   void parseSignalPollCmdData(const char* text, WifiStatus& status);
   void parseBssLoadCmdData(const char* text, BssLoad& load);
@@ -39,5 +42,9 @@ class WifiParser {
 
  private:
   WifiParser() = default;
+  // The facts, read from the caller's map in place.
+  static int32_t wifiModeOf(const WifiInfoMap& wifiInfoMap, uint16_t frequency);
+  static std::string_view hessidOf(const WifiInfoMap& wifiInfoMap);
+  static std::string_view countryCodeOf(const WifiInfoMap& wifiInfoMap);
   static WifiParser* instPtr;
 };

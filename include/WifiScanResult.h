@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <initializer_list>
 #include <iterator>
 #include <list>
@@ -49,9 +48,11 @@ struct SelectedBss {
   BssLoad bssLoad = {};
 };
 
-// One line of the store: its record, and its key among a filter's matches (ssid&bssid).
+// One line of the store: its record, its place among the lines, and its key among a
+// filter's matches (ssid&bssid).
 struct StoredBss {
   BssidInfo info;
+  std::size_t order = 0;
   std::string_view ssidBssid;
 };
 
@@ -68,6 +69,12 @@ struct KeyedLine {
 inline bool operator<(const KeyedLine& a, const KeyedLine& b) {
   return a.head != b.head ? a.head < b.head : a.key < b.key;
 }
+// The same order, and of two lines under one key the one added first first.
+inline bool keyThenOrder(const KeyedLine& a, const KeyedLine& b) {
+  if (a.head != b.head) return a.head < b.head;
+  const int byKey = a.key.compare(b.key);
+  return byKey != 0 ? byKey < 0 : a.line->order < b.line->order;
+}
 inline bool sameKey(const KeyedLine& a, const KeyedLine& b) {
   return a.head == b.head && a.key == b.key;
 }
@@ -77,10 +84,16 @@ class ScanKeyArena {
  public:
   // Stores the parts joined by "&" as one text.
   std::string_view join(std::initializer_list<std::string_view> parts);
+  // Forgets every text but keeps the blocks, for the next scan's keys.
   void clear();
 
  private:
-  std::vector<std::unique_ptr<char[]>> blocks_;
+  struct Block {
+    std::unique_ptr<char[]> text;
+    std::size_t size;
+  };
+  std::vector<Block> blocks_;
+  std::size_t used_ = 0;  // blocks written in, the last of them at free_
   char* free_ = nullptr;
   std::size_t room_ = 0;
 };
@@ -176,6 +189,11 @@ class WifiScanResult {
   // Room for this many lines, when the caller knows (it saves the indexes' growth).
   void reserve(std::size_t lines);
   void addData(std::string bssid, std::string freq, int16_t rssi, std::string ssid);
+  // addData for texts that are read where they are.
+  void addLine(std::string_view bssid, std::string_view freq, int16_t rssi, std::string_view ssid);
+  // Empties every container but keeps the memory each has, for the next scan: a store
+  // that is refilled scan after scan allocates only while it grows.
+  void clear();
   void filterData(std::list<MeasurementRequestReport>& requests);
   void findPartialKey(const std::string& ssid, const std::string& bssid, uint16_t channel);
   void dumpReport();
@@ -210,8 +228,16 @@ class WifiScanResult {
                           Visit visit);
   void addMatch(const StoredBss& line);
   void filterSsid(RequestFilter& filter, bool reached);
+  // The group of `ssid` in filteredBySsid, made (from a node kept by clear()) when missing;
+  // made says whether it was.
+  std::vector<SelectedBss>& groupOf(const std::string& ssid, bool* made = nullptr);
 
-  std::deque<StoredBss> lines_;  // a deque never moves what it holds
+  using Group = decltype(filteredBySsid)::node_type;
+  // Lines are kept, texts and all, when the store is cleared, and each has a place of its
+  // own that never moves while the indexes point at it.
+  std::vector<std::unique_ptr<StoredBss>> lines_;
+  std::size_t lineCount_ = 0;
+  std::vector<Group> spareGroups_;  // groups that clear() took out, to be reused
   ScanKeyArena keys_;
   std::string keyScratch_;          // where a key to look up is built
   std::vector<KeyedLine> matches_;  // one filter's lines, by ssid&bssid, first reached wins

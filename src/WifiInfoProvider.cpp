@@ -87,8 +87,14 @@ void WifiInfoProvider::scanResultsReadyCb(void* /*data*/, void* context) {
   ReplyBuffer reply;
   if (self->supplicant != nullptr)
     sendTo(self->supplicant, NexSupplicantWrapper::scanResultCmd, reply);
-  WifiScanResult result;
-  if (self->parser != nullptr) result = self->parser->parseScanData(reply.text);
+  // One store, refilled scan after scan: once it has grown to a scan's size, a scan costs
+  // it no allocation.
+  WifiScanResult& result = self->scanStore;
+  if (self->parser != nullptr) {
+    self->parser->parseScanData(reply.text, result);
+  } else {
+    result.clear();
+  }
   result.filterData(self->reports);
   addBssLoadInfoToFilterData(self, result);
   if (self->callback != nullptr && self->callbackContext != nullptr) {

@@ -31,23 +31,6 @@ constexpr int32_t kMode11n = 5;
 constexpr int32_t kMode11ac = 7;
 constexpr int32_t kOfdmRate = 24000000;  // bit/s; below it only 802.11b rates
 
-// A private, writable copy of a reply, split in place, freed on every path.
-class ReplyCopy {
- public:
-  explicit ReplyCopy(const char* text) {
-    const size_t size = std::strlen(text) + 1;
-    data_ = static_cast<char*>(std::malloc(size));
-    if (data_ != nullptr) std::memcpy(data_, text, size);
-  }
-  ~ReplyCopy() { std::free(data_); }
-  ReplyCopy(const ReplyCopy&) = delete;
-  ReplyCopy& operator=(const ReplyCopy&) = delete;
-  char* get() const { return data_; }
-
- private:
-  char* data_ = nullptr;
-};
-
 template <std::size_t N>
 bool isSeparator(char c, const char (&separators)[N]) {
   for (std::size_t i = 0; i + 1 < N; ++i) {
@@ -56,42 +39,42 @@ bool isSeparator(char c, const char (&separators)[N]) {
   return false;
 }
 
-// strtok_r(text, separators, save), with the same results and the same state in *save.
-// Most tokens here start right away, so the separators (one or two) are tested inline
-// before the token's end is searched, rather than with a character-class scan of their
-// own as the library does on every call.
+// strtok_r over a reply that is read where it is, never copied nor written: the next
+// stretch of text holding no separator, or an empty view at the end. `at` is where the
+// last one stopped (just past its separator), as strtok_r's save pointer is.
 template <std::size_t N>
-char* nextToken(char* text, const char (&separators)[N], char** save) {
-  char* start = text != nullptr ? text : *save;
+std::string_view nextToken(const char*& at, const char (&separators)[N]) {
+  const char* start = at;
   while (*start != '\0' && isSeparator(*start, separators)) ++start;
   if (*start == '\0') {
-    *save = start;
-    return nullptr;
+    at = start;
+    return std::string_view();
   }
-  char* end = start + std::strcspn(start, separators);
-  if (*end != '\0') *end++ = '\0';
-  *save = end;
-  return start;
+  const char* end = start + std::strcspn(start, separators);
+  at = *end != '\0' ? end + 1 : end;
+  return std::string_view(start, static_cast<std::size_t>(end - start));
 }
 
-// Calls handle(key, value) for each "key=value" line; value is null when the text ends
-// after the key. Empty fields are skipped, as strtok_r skips them, so an empty value takes
-// the next line's key.
+// Calls handle(key, value) for each "key=value" line; value is empty when the text ends
+// after the key (no token is ever empty). Empty fields are skipped, as strtok_r skips
+// them, so an empty value takes the next line's key.
 template <typename Handle>
-void forEachKeyValue(char* copy, Handle handle) {
-  char* save = nullptr;
-  for (char* key = nextToken(copy, "=", &save); key != nullptr;
-       key = nextToken(nullptr, "=", &save)) {
-    char* value = nextToken(nullptr, "=\n", &save);
+void forEachKeyValue(const char* text, Handle handle) {
+  const char* at = text;
+  for (std::string_view key = nextToken(at, "="); !key.empty(); key = nextToken(at, "=")) {
+    const std::string_view value = nextToken(at, "=\n");
     handle(key, value);
   }
 }
 
-bool is(const char* key, const char* name) { return std::strcmp(key, name) == 0; }
+// A token for "%.*s".
+int lengthOf(std::string_view token) { return static_cast<int>(token.size()); }
+
+bool is(std::string_view key, std::string_view name) { return key == name; }
 
 // Numbers keep the low 16 bits of what the text says: a frequency of 70000 stores 4464.
-uint16_t toUint16(const char* text) { return static_cast<uint16_t>(textToInt(text)); }
-int16_t toInt16(const char* text) { return static_cast<int16_t>(textToInt(text)); }
+uint16_t toUint16(std::string_view text) { return static_cast<uint16_t>(textToInt(text)); }
+int16_t toInt16(std::string_view text) { return static_cast<int16_t>(textToInt(text)); }
 
 int hexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
@@ -241,39 +224,43 @@ void WifiParser::StringToMac(uint8_t (&mac)[6], const char* text) {
   for (int i = 0; i < 6; ++i) mac[i] = static_cast<uint8_t>(group[i] & 0xFFu);
 }
 
-// ---- Reply parsers
+// ---- Reply parsers. Each reads the reply where it is: nothing is copied, so nothing can
+// fail to be allocated.
 
 WifiScanResult WifiParser::parseScanData(const char* text) {
   WifiScanResult result;
+  parseScanData(text, result);
+  return result;
+}
+
+void WifiParser::parseScanData(const char* text, WifiScanResult& result) {
+  result.clear();
   if (text == nullptr) {
     MDX_LOG(4, "rspData is NULL");
-    return result;
+    return;
   }
-  ReplyCopy copy(text);
-  if (copy.get() == nullptr) return result;
-  // Slots persist across lines: a missing column repeats the previous line's value. They
-  // point into the copy, which outlives the walk; addData gets its own strings.
-  const char* bssid = "";
-  const char* freq = "";
-  const char* ssid = "";
+  // Slots persist across lines: a missing column repeats the previous line's value.
+  std::string_view bssid;
+  std::string_view freq;
+  std::string_view ssid;
   int16_t signal = 0;
   std::size_t lines = 0;
-  for (const char* end = copy.get(); (end = std::strchr(end, '\n')) != nullptr; ++end) ++lines;
+  for (const char* end = text; (end = std::strchr(end, '\n')) != nullptr; ++end) ++lines;
   result.reserve(lines);  // at most one a newline, the header's included
-  char* save = nullptr;
-  nextToken(copy.get(), "\n", &save);  // header
-  for (char* token = nextToken(nullptr, "\t", &save); token != nullptr;
-       token = nextToken(nullptr, "\t", &save)) {
+  const char* at = text;
+  nextToken(at, "\n");  // header
+  for (std::string_view token = nextToken(at, "\t"); !token.empty(); token = nextToken(at, "\t")) {
     bssid = token;
-    if (char* column = nextToken(nullptr, "\t", &save)) freq = column;
-    if (char* column = nextToken(nullptr, "\t", &save)) signal = toInt16(column);
-    nextToken(nullptr, "\t", &save);  // flags
+    if (const std::string_view column = nextToken(at, "\t"); !column.empty()) freq = column;
+    if (const std::string_view column = nextToken(at, "\t"); !column.empty()) {
+      signal = toInt16(column);
+    }
+    nextToken(at, "\t");  // flags
     // An empty SSID column makes this take the next line's BSSID; the walk then stays out
     // of step, as wpa_supplicant's own line format allows no better.
-    if (char* column = nextToken(nullptr, "\t\n", &save)) ssid = column;
-    result.addData(bssid, freq, signal, ssid);
+    if (const std::string_view column = nextToken(at, "\t\n"); !column.empty()) ssid = column;
+    result.addLine(bssid, freq, signal, ssid);
   }
-  return result;
 }
 
 WifiStatus WifiParser::hostapdStatus(const char* text) {
@@ -282,13 +269,8 @@ WifiStatus WifiParser::hostapdStatus(const char* text) {
     MDX_LOG(4, "a_tag_list is NULL");
     return status;
   }
-  ReplyCopy copy(text);
-  if (copy.get() == nullptr) {
-    MDX_LOG(4, "changeable is NULL. Unable to allocate memory");
-    return status;
-  }
-  forEachKeyValue(copy.get(), [&status](const char* key, const char* value) {
-    if (value == nullptr) return;
+  forEachKeyValue(text, [&status](std::string_view key, std::string_view value) {
+    if (value.empty()) return;
     if (is(key, "ssid[0]")) status.ssid = value;
     // hostapd's own BSSID is this link's address.
     if (is(key, "bssid[0]")) status.address = value;
@@ -302,22 +284,17 @@ void WifiParser::parseSignalPollCmdData(const char* text, WifiStatus& status) {
     MDX_LOG(4, "rspData is NULL");
     return;
   }
-  ReplyCopy copy(text);
-  if (copy.get() == nullptr) {
-    MDX_LOG(4, "parseSignalPollCmdData: Unable to allocate memory");
-    return;
-  }
-  MDX_LOG(1, "parseSignalPollCmdData sizeof: %d", static_cast<int>(sizeof(copy.get())));
-  MDX_LOG(1, "signalPollData: %s", copy.get());
-  forEachKeyValue(copy.get(), [&status](const char* key, const char* value) {
-    if (value == nullptr) {
-      MDX_LOG(1, "Value is null for key: %s", key);
+  MDX_LOG(1, "parseSignalPollCmdData sizeof: %d", static_cast<int>(sizeof(text)));
+  MDX_LOG(1, "signalPollData: %s", text);
+  forEachKeyValue(text, [&status](std::string_view key, std::string_view value) {
+    if (value.empty()) {
+      MDX_LOG(1, "Value is null for key: %.*s", lengthOf(key), key.data());
     } else if (is(key, "FREQUENCY")) {
       status.frequency = toUint16(value);
     } else if (is(key, "RSSI")) {
       status.rssi = toInt16(value);
     } else {
-      MDX_LOG(1, "Ignoring key: %s", key);
+      MDX_LOG(1, "Ignoring key: %.*s", lengthOf(key), key.data());
     }
   });
 }
@@ -327,24 +304,18 @@ void WifiParser::parseBssLoadCmdData(const char* text, BssLoad& load) {
     MDX_LOG(4, "rspData is NULL");
     return;
   }
-  ReplyCopy copy(text);
-  if (copy.get() == nullptr) {
-    // This text and level are what log readers have always matched on.
-    MDX_LOG(3, "parseSignalPollCmdData: Unable to allocate memory");
-    return;
-  }
   load.channelUtilization = kBssLoadUnknown;
   load.channelBandwidth = 0;
   load.lowestChannel = 0;
-  forEachKeyValue(copy.get(), [&load](const char* key, char* value) {
-    if (value == nullptr) {
-      MDX_LOG(1, "Value is null for key: %s", key);
+  forEachKeyValue(text, [&load](std::string_view key, std::string_view value) {
+    if (value.empty()) {
+      MDX_LOG(1, "Value is null for key: %.*s", lengthOf(key), key.data());
     } else if (is(key, "ie")) {
-      MDX_LOG(1, "ie found: %s", value);
-      WifiInformationElementParser::parse(value, load);
+      MDX_LOG(1, "ie found: %.*s", lengthOf(value), value.data());
+      WifiInformationElementParser::parse(value.data(), value.size(), load);
       MDX_LOG(1, "Parsed ie channel Utilization : %d", static_cast<int>(load.channelUtilization));
     } else {
-      MDX_LOG(1, "Ignoring key: %s", key);
+      MDX_LOG(1, "Ignoring key: %.*s", lengthOf(key), key.data());
     }
   });
 }
@@ -354,14 +325,9 @@ void WifiParser::parseStatusCmdData(const char* text, WifiStatus& status) {
     MDX_LOG(4, "rspData is NULL");
     return;
   }
-  ReplyCopy copy(text);
-  if (copy.get() == nullptr) {
-    MDX_LOG(4, "parseStatusCmdData: Unable to allocate memory");
-    return;
-  }
-  forEachKeyValue(copy.get(), [&status](const char* key, const char* value) {
-    if (value == nullptr) {
-      MDX_LOG(1, "Value is null for key: %s", key);
+  forEachKeyValue(text, [&status](std::string_view key, std::string_view value) {
+    if (value.empty()) {
+      MDX_LOG(1, "Value is null for key: %.*s", lengthOf(key), key.data());
     } else if (is(key, "ssid")) {
       status.ssid = value;
     } else if (is(key, "bssid")) {
@@ -377,7 +343,7 @@ void WifiParser::parseStatusCmdData(const char* text, WifiStatus& status) {
     } else if (is(key, "wpa_state")) {
       status.wpaState = value;
     } else {
-      MDX_LOG(0, "Ignoring key: %s ", key);
+      MDX_LOG(0, "Ignoring key: %.*s ", lengthOf(key), key.data());
     }
   });
 }
@@ -387,13 +353,8 @@ void WifiParser::parseApStatusCmdData(const char* text, WifiStatus& status) {
     MDX_LOG(4, "rspData is NULL");
     return;
   }
-  ReplyCopy copy(text);
-  if (copy.get() == nullptr) {
-    MDX_LOG(4, "parseApStatusCmdData: Unable to allocate memory");
-    return;
-  }
-  forEachKeyValue(copy.get(), [&status](const char* key, const char* value) {
-    if (value == nullptr) return;
+  forEachKeyValue(text, [&status](std::string_view key, std::string_view value) {
+    if (value.empty()) return;
     if (is(key, "ssid[0]")) {
       status.ssid = value;
     } else if (is(key, "freq")) {
@@ -409,14 +370,9 @@ void WifiParser::parseP2pStatusCmdData(const char* text, WifiStatus& status) {
     MDX_LOG(4, "rspData is NULL");
     return;
   }
-  ReplyCopy copy(text);
-  if (copy.get() == nullptr) {
-    MDX_LOG(4, "parseP2pStatusCmdData: Unable to allocate memory");
-    return;
-  }
   // A P2P group reports its name indexed but its BSSID plain.
-  forEachKeyValue(copy.get(), [&status](const char* key, const char* value) {
-    if (value == nullptr) return;
+  forEachKeyValue(text, [&status](std::string_view key, std::string_view value) {
+    if (value.empty()) return;
     if (is(key, "ssid[0]")) {
       status.ssid = value;
     } else if (is(key, "freq")) {
@@ -432,20 +388,15 @@ void WifiParser::parseBssCmdWifiInfo(const char* text, WifiStatus& status) {
     MDX_LOG(4, "rspData is NULL");
     return;
   }
-  ReplyCopy copy(text);
-  if (copy.get() == nullptr) {
-    MDX_LOG(4, "parseBssCmdWifiInfo: Unable to allocate memory");
-    return;
-  }
   WifiInfoMap wifiInfoMap;
-  forEachKeyValue(copy.get(), [&wifiInfoMap](const char* key, char* value) {
-    if (value == nullptr) {
-      MDX_LOG(1, "Value is null for key: %s", key);
+  forEachKeyValue(text, [&wifiInfoMap](std::string_view key, std::string_view value) {
+    if (value.empty()) {
+      MDX_LOG(1, "Value is null for key: %.*s", lengthOf(key), key.data());
     } else if (is(key, "ie")) {
-      MDX_LOG(1, "ie found: %s \n", value);
-      WifiInformationElementParser::parse(value, wifiInfoMap);
+      MDX_LOG(1, "ie found: %.*s \n", lengthOf(value), value.data());
+      WifiInformationElementParser::parse(value.data(), value.size(), wifiInfoMap);
     } else {
-      MDX_LOG(1, "Ignoring key: %s", key);
+      MDX_LOG(1, "Ignoring key: %.*s", lengthOf(key), key.data());
     }
   });
   if (wifiInfoMap.empty()) {
@@ -454,10 +405,11 @@ void WifiParser::parseBssCmdWifiInfo(const char* text, WifiStatus& status) {
     status.wifiMode = kModeUnknown;
     return;
   }
-  // The frequency is what the signal poll or status parse left in the record.
-  status.wifiMode = getWifiMode(wifiInfoMap, status.frequency);
-  status.hessid = getHESSIDInfo(wifiInfoMap);
-  status.countryCode = getCountryCode(wifiInfoMap);
+  // The frequency is what the signal poll or status parse left in the record. The facts
+  // read the map in place; the records' texts keep their memory.
+  status.wifiMode = wifiModeOf(wifiInfoMap, status.frequency);
+  status.hessid = hessidOf(wifiInfoMap);
+  status.countryCode = countryCodeOf(wifiInfoMap);
   for (auto& entry : wifiInfoMap) delete entry.second;
   wifiInfoMap.clear();
 }
@@ -465,6 +417,18 @@ void WifiParser::parseBssCmdWifiInfo(const char* text, WifiStatus& status) {
 // ---- Facts derived from the elements
 
 int32_t WifiParser::getWifiMode(WifiInfoMap wifiInfoMap, uint16_t frequency) {
+  return wifiModeOf(wifiInfoMap, frequency);
+}
+
+std::string WifiParser::getHESSIDInfo(WifiInfoMap wifiInfoMap) {
+  return std::string(hessidOf(wifiInfoMap));
+}
+
+std::string WifiParser::getCountryCode(WifiInfoMap wifiInfoMap) {
+  return std::string(countryCodeOf(wifiInfoMap));
+}
+
+int32_t WifiParser::wifiModeOf(const WifiInfoMap& wifiInfoMap, uint16_t frequency) {
   // Presence by id decides, even for an element whose body was rejected.
   if (wifiInfoMap.count(kVhtOperationId) != 0) {
     MDX_LOG(1, "Found VHTOperation Element in wifiInfoMap");
@@ -499,28 +463,28 @@ int32_t WifiParser::getWifiMode(WifiInfoMap wifiInfoMap, uint16_t frequency) {
   return std::max(supported, extended) < kOfdmRate ? kMode11b : kMode11g;
 }
 
-std::string WifiParser::getHESSIDInfo(WifiInfoMap wifiInfoMap) {
-  std::string hessid;
+std::string_view WifiParser::hessidOf(const WifiInfoMap& wifiInfoMap) {
+  const char* hessid = "";
   const auto found = wifiInfoMap.find(kInterworkingId);
   if (found != wifiInfoMap.end()) {
     MDX_LOG(1, "Found Interworking Element in wifiInfoMap");
     if (const auto* element = dynamic_cast<InterworkingElement*>(found->second)) {
-      hessid = element->mHessid;
+      hessid = element->mHessid.c_str();
     }
   }
-  MDX_LOG(1, "getHESSIDInfo: Returned HESSID: %s", hessid.c_str());
+  MDX_LOG(1, "getHESSIDInfo: Returned HESSID: %s", hessid);
   return hessid;
 }
 
-std::string WifiParser::getCountryCode(WifiInfoMap wifiInfoMap) {
-  std::string countryCode;
+std::string_view WifiParser::countryCodeOf(const WifiInfoMap& wifiInfoMap) {
+  const char* countryCode = "";
   const auto found = wifiInfoMap.find(kCountryId);
   if (found != wifiInfoMap.end()) {
     MDX_LOG(1, "Found Country Element in wifiInfoMap");
     if (const auto* element = dynamic_cast<CountryElement*>(found->second)) {
-      countryCode = element->mCountryCode;
+      countryCode = element->mCountryCode.c_str();
     }
   }
-  MDX_LOG(1, "getCountryCode: Returned countryCode: %s", countryCode.c_str());
+  MDX_LOG(1, "getCountryCode: Returned countryCode: %s", countryCode);
   return countryCode;
 }

@@ -77,11 +77,20 @@ constexpr std::size_t kKeyBlockSize = 2048;
 std::string_view ScanKeyArena::join(std::initializer_list<std::string_view> parts) {
   std::size_t size = parts.size() - 1;  // the separators
   for (std::string_view part : parts) size += part.size();
-  if (size > room_) {
-    // A new block; a key longer than a block gets one of its own.
-    room_ = std::max(kKeyBlockSize, size);
-    blocks_.emplace_back(new char[room_]);
-    free_ = blocks_.back().get();
+  while (size > room_) {
+    // The next block: a kept one, else a new one; a key longer than a block gets one of its
+    // own.
+    if (used_ < blocks_.size() && blocks_[used_].size >= size) {
+      free_ = blocks_[used_].text.get();
+      room_ = blocks_[used_].size;
+    } else {
+      const std::size_t blockSize = std::max(kKeyBlockSize, size);
+      blocks_.insert(blocks_.begin() + static_cast<std::ptrdiff_t>(used_),
+                     Block{std::unique_ptr<char[]>(new char[blockSize]), blockSize});
+      free_ = blocks_[used_].text.get();
+      room_ = blockSize;
+    }
+    ++used_;
   }
   char* const text = free_;
   for (const std::string_view* part = parts.begin(); part != parts.end(); ++part) {
@@ -94,7 +103,7 @@ std::string_view ScanKeyArena::join(std::initializer_list<std::string_view> part
 }
 
 void ScanKeyArena::clear() {
-  blocks_.clear();
+  used_ = 0;
   free_ = nullptr;
   room_ = 0;
 }
@@ -126,9 +135,9 @@ KeyedLine::KeyedLine(std::string_view text, const StoredBss* stored)
 
 const std::vector<ScanKeyIndex::Entry>& ScanKeyIndex::inOrder() const {
   if (!ordered_) {
-    // Stable, so that of the lines under one key the one added first stays first and keeps
-    // the key.
-    std::stable_sort(entries_.begin(), entries_.end());
+    // Of the lines under one key the one added first stays first and keeps the key. (A
+    // stable sort would say so too, but takes a buffer from the heap each time.)
+    std::sort(entries_.begin(), entries_.end(), keyThenOrder);
     entries_.erase(std::unique(entries_.begin(), entries_.end(), sameKey), entries_.end());
     ordered_ = true;
   }
@@ -188,8 +197,26 @@ WifiScanResult& WifiScanResult::operator=(WifiScanResult&& other) noexcept {
   moveOut(filteredBySsid, other.filteredBySsid);
   moveOut(ssidBssidSet, other.ssidBssidSet);
   moveOut(lines_, other.lines_);
-  moveOut(keys_, other.keys_);
+  lineCount_ = other.lineCount_;
+  other.lineCount_ = 0;
+  moveOut(spareGroups_, other.spareGroups_);
+  keys_ = std::move(other.keys_);
+  other.keys_.clear();
   return *this;
+}
+
+void WifiScanResult::clear() {
+  byFreqBssidSsid.clear();
+  byBssidFreq.clear();
+  byFreqBssid.clear();
+  filteredList.clear();
+  while (!filteredBySsid.empty()) {
+    spareGroups_.push_back(filteredBySsid.extract(filteredBySsid.begin()));
+  }
+  ssidBssidSet.clear();
+  lineCount_ = 0;
+  keys_.clear();
+  matches_.clear();
 }
 
 void WifiScanResult::reserve(std::size_t lines) {
@@ -199,17 +226,28 @@ void WifiScanResult::reserve(std::size_t lines) {
 }
 
 void WifiScanResult::addData(std::string bssid, std::string freq, int16_t rssi, std::string ssid) {
+  addLine(bssid, freq, rssi, ssid);
+}
+
+void WifiScanResult::addLine(std::string_view bssid, std::string_view freq, int16_t rssi,
+                             std::string_view ssid) {
   uint16_t mhz = 0;
   std::string_view band;
   if (!freq.empty()) {
-    mhz = static_cast<uint16_t>(textToInt(freq.c_str()));
+    mhz = static_cast<uint16_t>(textToInt(freq));
     band = bandOf(mhz);
   }
-  lines_.push_back(StoredBss{
-      BssidInfo{std::move(ssid), std::move(bssid), std::move(freq), rssi, false, BssLoad{}},
-      std::string_view()});
-  StoredBss& line = lines_.back();
-  const BssidInfo& info = line.info;
+  if (lineCount_ == lines_.size()) lines_.push_back(std::make_unique<StoredBss>());
+  StoredBss& line = *lines_[lineCount_];
+  line.order = lineCount_++;
+  // Assigned, so that a kept line's texts reuse their memory.
+  BssidInfo& info = line.info;
+  info.ssid.assign(ssid.data(), ssid.size());
+  info.bssid.assign(bssid.data(), bssid.size());
+  info.freq.assign(freq.data(), freq.size());
+  info.rssi = rssi;
+  info.bssLoadValid = false;
+  info.bssLoad = BssLoad{};
   byFreqBssidSsid.add(keys_.join({info.freq, info.bssid, info.ssid}), &line);
   byBssidFreq.add(keys_.join({info.bssid, info.freq}), &line);
   byFreqBssid.add(keys_.join({info.freq, info.bssid}), &line);
@@ -313,7 +351,7 @@ void WifiScanResult::filterSsid(RequestFilter& filter, bool reached) {
     for (const KeyedLine& match : matches_) {
       const BssidInfo& info = match.line->info;
       filteredList.emplace_back(info);
-      filteredBySsid[info.ssid].emplace_back(info);
+      groupOf(info.ssid).emplace_back(info);
     }
     return;
   }
@@ -322,14 +360,29 @@ void WifiScanResult::filterSsid(RequestFilter& filter, bool reached) {
   if (!reached) return;
   std::vector<SelectedBss>* madeGroup = nullptr;
   if (!filter.groupExists) {
-    const auto [group, made] = filteredBySsid.try_emplace(filter.ssid);
-    if (made) madeGroup = &group->second;
+    bool made = false;
+    std::vector<SelectedBss>& group = groupOf(filter.ssid, &made);
+    if (made) madeGroup = &group;
     filter.groupExists = true;
   }
   for (const KeyedLine& match : matches_) {
     filteredList.emplace_back(match.line->info);
     if (madeGroup != nullptr) madeGroup->emplace_back(match.line->info);
   }
+}
+
+std::vector<SelectedBss>& WifiScanResult::groupOf(const std::string& ssid, bool* made) {
+  auto at = filteredBySsid.lower_bound(ssid);
+  const bool missing = at == filteredBySsid.end() || at->first != ssid;
+  if (made != nullptr) *made = missing;
+  if (!missing) return at->second;
+  if (spareGroups_.empty())
+    return filteredBySsid.emplace_hint(at, ssid, std::vector<SelectedBss>())->second;
+  Group group = std::move(spareGroups_.back());
+  spareGroups_.pop_back();
+  group.key().assign(ssid);
+  group.mapped().clear();
+  return filteredBySsid.insert(at, std::move(group))->second;
 }
 
 void WifiScanResult::dumpReport() {

@@ -119,19 +119,25 @@ TEST_F(ScanStoreTest, FiltersMatchSsidAndChannelByPrefix) {
        {"Net/2437", "Net/2437"},
        {{"Net", {"Net/2437", "Net/2437"}}}},
   };
+  // Each case also runs on one store that the cases before it filled and filtered, cleared
+  // as the info provider clears its store for each scan: nothing of theirs may remain.
+  WifiScanResult reused;
   for (const FilterCase& c : cases) {
-    WifiScanResult store;
-    store.addData("02:00:00:00:00:01", "2412", -40, "");
-    store.addData("02:00:00:00:00:02", "2437", -50, "Net");
-    store.addData("02:00:00:00:00:04", "2462", -55, "NetTwo");
-    store.addData("02:00:00:00:00:03", "5180", -60, "Office");
-    store.addData("02:00:00:00:00:0a", "5845", -70, "Net5");
-    std::list<MeasurementRequestReport> requests = c.requests;
-    store.filterData(requests);
-    EXPECT_EQ(namesOf(store.filteredList), c.listed) << c.name;
-    std::map<std::string, std::vector<std::string>> groups;
-    for (const auto& [ssid, records] : store.filteredBySsid) groups[ssid] = namesOf(records);
-    EXPECT_EQ(groups, c.groups) << c.name;
+    WifiScanResult fresh;
+    for (WifiScanResult* store : {&fresh, &reused}) {
+      store->clear();
+      store->addData("02:00:00:00:00:01", "2412", -40, "");
+      store->addData("02:00:00:00:00:02", "2437", -50, "Net");
+      store->addData("02:00:00:00:00:04", "2462", -55, "NetTwo");
+      store->addData("02:00:00:00:00:03", "5180", -60, "Office");
+      store->addData("02:00:00:00:00:0a", "5845", -70, "Net5");
+      std::list<MeasurementRequestReport> requests = c.requests;
+      store->filterData(requests);
+      EXPECT_EQ(namesOf(store->filteredList), c.listed) << c.name;
+      std::map<std::string, std::vector<std::string>> groups;
+      for (const auto& [ssid, records] : store->filteredBySsid) groups[ssid] = namesOf(records);
+      EXPECT_EQ(groups, c.groups) << c.name;
+    }
   }
 }
 
