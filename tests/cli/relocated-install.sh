@@ -24,7 +24,19 @@ unset NEXHOST_PLUGIN
 "$nexhost" --version | grep -q '^nexhost [0-9]' || fail "nexhost --version: $("$nexhost" --version 2>&1)"
 [ -s "$tree/share/man/man1/nexhost.1" ] || fail "no manual page"
 [ -s "$tree/share/bash-completion/completions/nexhost" ] || fail "no bash completion"
-bash -n "$tree/share/bash-completion/completions/nexhost" || fail "the completion is no bash"
+# The completion offers subcommands, a subcommand's options and an option's values.
+completes() {  # completes "WORDS..." EXPECTED: what bash offers for the last word
+  local got
+  got=$(bash -c 'source /usr/share/bash-completion/bash_completion && source "$1" && shift &&
+    COMP_WORDS=("$@") && COMP_CWORD=$(($# - 1)) && COMP_LINE="$*" &&
+    COMP_POINT=${#COMP_LINE} && _nexhost && echo "${COMPREPLY[*]}"' \
+    _ "$tree/share/bash-completion/completions/nexhost" $1)
+  [ "$got" = "$2" ] || fail "completing '$1' offers '$got', not '$2'"
+}
+completes "nexhost r" "run report"
+completes "nexhost run --only modem,st" "modem,step"
+completes "nexhost live --ctrl-t" "--ctrl-timeout"
+completes "nexhost decode --type wlan_" "wlan_available wlan_config"
 examples=("$tree"/share/doc/nexhost/examples/*.json)
 [ ${#examples[@]} -ge 5 ] || fail "examples missing: ${examples[*]}"
 "$check_golden" "$nexhost" "${examples[@]}"
