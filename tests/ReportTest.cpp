@@ -80,6 +80,9 @@ TEST(RunReportTest, SavedRunLinesThatAreNotEventsAreRefusedWithTheirLine) {
       {R"({"time":1,"kind":"log","x":)" + std::string(40, '[') + std::string(40, ']') + "}",
        "run:2: nested deeper than 32 levels"},
       {std::string(1024 * 1024 + 1, ' '), "run:2: line longer than 1 MiB"},
+      // The parser ended the line at the NUL and took the event before it.
+      {R"({"time":1,"kind":"log"})" + std::string(1, '\0') + "garbage",
+       "run:2: a NUL byte at column 24"},
   };
   for (const auto& c : cases) {
     RunReport report;

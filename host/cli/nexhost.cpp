@@ -4,8 +4,10 @@
 #include <sys/stat.h>
 
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -22,6 +24,8 @@
 #include "framework/Plugin.h"
 #include "live/LiveRunner.h"
 #include "live/LiveSupplicant.h"
+#include "output/OutputFile.h"
+#include "output/StandardOutput.h"
 #include "report/Report.h"
 #include "scenario/Scenario.h"
 #include "scenario/ScenarioRunner.h"
@@ -83,9 +87,21 @@ const char* kExamples =
     "  nexhost decode --json < records-from-a-modem-log.txt\n";
 const char* kExitCodes =
     "  0  done (a live run also ends with 0 after Ctrl-C)\n"
-    "  1  the plug-in cannot be loaded, a control socket cannot be reached or\n"
-    "     wpa_supplicant went away\n"
-    "  2  invalid command line or scenario (nothing has run), or bad input to decode\n";
+    "  1  the plug-in cannot be loaded, a control socket cannot be reached,\n"
+    "     wpa_supplicant went away, or an output could not be written\n"
+    "  2  invalid command line or scenario, or an output refused (nothing has run), or\n"
+    "     bad input to decode\n";
+// What happens to the files nexhost writes; the manual page has it as a section.
+const char* kOutputFiles =
+    "Output files (--report, --record, -o) are written under a temporary name beside the\n"
+    "file and renamed over it only once complete: a run that fails, is cut or is killed\n"
+    "leaves an existing file as it was. An existing file keeps its permissions; a symbolic\n"
+    "link is followed (the file it points to is replaced, the link kept). Refused with exit\n"
+    "code 2 before anything runs: an output that is the same file as an input or as another\n"
+    "output, and one that is neither a regular file nor a new name (a device, a FIFO, a\n"
+    "directory). A failed write, standard output's included, is exit code 1. A reader of\n"
+    "standard output that stops reading (head, grep -m1) ends the output quietly with exit\n"
+    "code 0; a live run then stops every request and writes its files, as on SIGTERM.\n";
 
 // The plug-in nexhost loads unless --plugin names one.
 std::string defaultPlugin() {
@@ -149,6 +165,43 @@ void addOutputOptions(CLI::App* command, OutputOptions* out) {
       ->type_name("FILE");
 }
 
+// The first failed write to standard output (an errno; 0: none): the exit status says it.
+int standardOutputError = 0;
+
+void noteOutputFailure(int error) { standardOutputError = error; }
+
+// A live session whose output fails stops as on SIGTERM: its requests are stopped, and its
+// recording and report still written.
+void noteOutputFailureAndStop(int error) {
+  standardOutputError = error;
+  nexhost::LiveRunner::requestStop();
+}
+
+std::unique_ptr<nexhost::EventPrinter> makePrinter(bool json, void (*onFailure)(int)) {
+  auto printer = std::make_unique<nexhost::EventPrinter>(
+      stdout,
+      json ? nexhost::EventPrinter::Format::kJsonLines : nexhost::EventPrinter::Format::kText);
+  printer->setOnWriteFailure(onFailure);
+  return printer;
+}
+
+// Refuses, before anything runs, an output that would replace an input or another output,
+// and asks for a file where standard output already carries the events.
+bool checkOutputs(const std::vector<nexhost::NamedPath>& inputs,
+                  const std::vector<nexhost::NamedPath>& outputs, bool eventsOnStandardOutput) {
+  std::string error;
+  for (const nexhost::NamedPath& output : outputs) {
+    if (eventsOnStandardOutput && output.path == "-") {
+      std::fprintf(stderr, "nexhost: %s: standard output carries the events; give a file\n",
+                   output.name.c_str());
+      return false;
+    }
+  }
+  if (nexhost::checkDistinctOutputs(inputs, outputs, &error)) return true;
+  std::fprintf(stderr, "nexhost: %s\n", error.c_str());
+  return false;
+}
+
 // One host: its output hooked up, the plug-in loaded and handed its links.
 struct Session {
   std::unique_ptr<nexhost::Plugin> plugin;
@@ -157,11 +210,11 @@ struct Session {
 };
 
 // --report: the file is opened before anything runs, so that a path that cannot be
-// written is refused with exit code 2.
+// written is refused with exit code 2. An earlier report stays until the new one is done.
 bool openReport(const OutputOptions& out, const std::string& source, Session* session) {
   if (out.report.empty()) return true;
   std::string error;
-  session->report = nexhost::ReportFile::open(out.report, source, &error);
+  session->report = nexhost::ReportFile::open(out.report, "--report", source, &error);
   if (!session->report) std::fprintf(stderr, "nexhost: %s\n", error.c_str());
   return session->report != nullptr;
 }
@@ -189,31 +242,41 @@ int finishReport(Session& session, int status) {
 
 // nexhost report RUN.jsonl -o FILE.html: the report of a saved --json run.
 int reportCommand(const std::string& input, const std::string& output) {
+  if (!checkOutputs({{"the run", input}}, {{"-o", output}}, false)) return kExitUsage;
+  const std::string shown = nexhost::printableBytes(input);
   std::ifstream file;
   if (input != "-") {
     struct stat st;
-    if (::stat(input.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) {
-      std::fprintf(stderr, "nexhost: %s: not a regular file\n", input.c_str());
+    if (::stat(input.c_str(), &st) != 0) {
+      std::fprintf(stderr, "nexhost: cannot read %s: %s\n", shown.c_str(), std::strerror(errno));
+      return kExitUsage;
+    }
+    if (!S_ISREG(st.st_mode)) {
+      std::fprintf(stderr, "nexhost: %s: not a regular file\n", shown.c_str());
       return kExitUsage;
     }
     file.open(input, std::ios::binary);
     if (!file) {
-      std::fprintf(stderr, "nexhost: cannot read %s\n", input.c_str());
+      std::fprintf(stderr, "nexhost: cannot read %s\n", shown.c_str());
       return kExitUsage;
     }
   }
   std::string error;
-  std::unique_ptr<nexhost::ReportFile> report = nexhost::ReportFile::open(output, input, &error);
-  if (report &&
-      !nexhost::addJsonLines(input == "-" ? std::cin : file,
-                             input == "-" ? "standard input" : input, &report->report(), &error)) {
-    report.reset();
+  std::unique_ptr<nexhost::ReportFile> report =
+      nexhost::ReportFile::open(output, "-o", input, &error);
+  if (!report) {
+    std::fprintf(stderr, "nexhost: %s\n", error.c_str());
+    return kExitUsage;
+  }
+  if (!nexhost::addJsonLines(input == "-" ? std::cin : file,
+                             input == "-" ? "standard input" : shown, &report->report(), &error)) {
     std::fprintf(stderr, "nexhost: invalid run: %s\n", error.c_str());
     return kExitUsage;
   }
-  if (!report || !report->write(&error)) {
+  if (!report->write(&error)) {
+    if (report->errorNumber() == EPIPE) return kExitOk;  // the reader has read enough
     std::fprintf(stderr, "nexhost: %s\n", error.c_str());
-    return kExitUsage;
+    return kExitFailure;
   }
   return kExitOk;
 }
@@ -314,8 +377,7 @@ int decodeCommand(const DecodeOptions& options) {
                  nexhost::printableBytes(options.type).c_str(), knownRecordTypes().c_str());
     return kExitUsage;
   }
-  nexhost::EventPrinter printer(stdout, options.json ? nexhost::EventPrinter::Format::kJsonLines
-                                                     : nexhost::EventPrinter::Format::kText);
+  std::unique_ptr<nexhost::EventPrinter> printer = makePrinter(options.json, noteOutputFailure);
   std::size_t records = 0;
   // Each input, named as an error names it; blank ones are skipped.
   const auto decodeOne = [&](const std::string& input, const std::string& where) {
@@ -325,7 +387,7 @@ int decodeCommand(const DecodeOptions& options) {
     if (++records > kMaxDecodeRecords) {
       error = "more than " + std::to_string(kMaxDecodeRecords) + " records";
     } else if (decodeRecord(input, options.type, &event, &error)) {
-      printer.print(event);
+      printer->print(event);
       return true;
     }
     std::fprintf(stderr, "nexhost: decode: %s: %s\n", where.c_str(), error.c_str());
@@ -337,7 +399,9 @@ int decodeCommand(const DecodeOptions& options) {
   if (!options.records.empty()) return kExitOk;
   std::string line;
   bool tooLong = false;
-  for (std::size_t n = 1; readLine(stdin, kMaxDecodeLineBytes, &line, &tooLong); ++n) {
+  // A reader that went away (or a full disk) ends the reading too.
+  for (std::size_t n = 1;
+       standardOutputError == 0 && readLine(stdin, kMaxDecodeLineBytes, &line, &tooLong); ++n) {
     const std::string where = "standard input line " + std::to_string(n);
     if (tooLong) {
       std::fprintf(stderr, "nexhost: decode: %s: longer than %zu bytes\n", where.c_str(),
@@ -350,10 +414,8 @@ int decodeCommand(const DecodeOptions& options) {
 }
 
 bool startSession(nexhost::Host& host, const std::string& pluginPath, const OutputOptions& out,
-                  Session* session) {
-  session->printer = std::make_unique<nexhost::EventPrinter>(
-      stdout,
-      out.json ? nexhost::EventPrinter::Format::kJsonLines : nexhost::EventPrinter::Format::kText);
+                  void (*onOutputFailure)(int), Session* session) {
+  session->printer = makePrinter(out.json, onOutputFailure);
   session->printer->setKinds(std::set<std::string>(out.only.begin(), out.only.end()));
   session->printer->attach(host.trace);
   if (session->report) attachReport(host.trace, session);
@@ -369,6 +431,7 @@ bool startSession(nexhost::Host& host, const std::string& pluginPath, const Outp
 }
 
 int runCommand(const std::string& pluginPath, const std::string& file, const OutputOptions& out) {
+  if (!checkOutputs({{"the scenario", file}}, {{"--report", out.report}}, true)) return kExitUsage;
   nexhost::Scenario scenario;
   try {
     scenario = nexhost::loadScenario(file);
@@ -380,8 +443,9 @@ int runCommand(const std::string& pluginPath, const std::string& file, const Out
   if (!openReport(out, file, &session)) return kExitUsage;
   nexhost::Host host;
   nexhost::applyPeers(host, scenario.peers);
-  if (!startSession(host, pluginPath, out, &session)) return kExitFailure;
+  if (!startSession(host, pluginPath, out, noteOutputFailure, &session)) return kExitFailure;
   session.printer->setFlushEachEvent(false);
+  // A run whose output fails still runs to its end: the report shows all of it.
   nexhost::runScenario(host, *session.plugin->manager(), scenario);
   return finishReport(session, kExitOk);
 }
@@ -389,6 +453,10 @@ int runCommand(const std::string& pluginPath, const std::string& file, const Out
 int liveCommand(const std::string& pluginPath, LiveOptions options, const OutputOptions& out) {
   if (options.stationSocket.empty()) {
     options.stationSocket = options.ctrlDir + "/" + options.interface;
+  }
+  if (!checkOutputs({{"--scenario", options.scenario}},
+                    {{"--record", options.record}, {"--report", out.report}}, true)) {
+    return kExitUsage;
   }
   std::vector<nexhost::ScenarioStep> steps;
   std::optional<long long> endAt = options.duration;
@@ -459,8 +527,11 @@ int liveCommand(const std::string& pluginPath, LiveOptions options, const Output
                              nexhost::printableBytes(options.stationSocket) + ", recorded");
     recorder->setPlatform(host.platform, host.enginePresent());
   }
-  if (!startSession(host, pluginPath, out, &session)) return kExitFailure;
+  // Before the first event prints: a reader gone by then stops the session as it starts.
   nexhost::LiveRunner::installSignalHandlers();
+  if (!startSession(host, pluginPath, out, noteOutputFailureAndStop, &session)) {
+    return kExitFailure;
+  }
   nexhost::LiveRunner runner(host, *session.plugin->manager(), *supplicant);
   runner.setRecorder(recorder.get());
   int status = kExitOk;
@@ -479,9 +550,13 @@ int liveCommand(const std::string& pluginPath, LiveOptions options, const Output
 
 }  // namespace
 
-int main(int argc, char** argv) {
+namespace {
+
+// The command line parsed and run; the exit status.
+int runNexhost(int argc, char** argv) {
   CLI::App app{kDescription, "nexhost"};
-  app.footer(std::string("\nExamples:\n") + kExamples + "\nExit codes:\n" + kExitCodes +
+  app.footer(std::string("\nExamples:\n") + kExamples + "\nExit codes:\n" + kExitCodes + "\n" +
+             kOutputFiles +
              "\nScenario format and output keys: docs/scenarios.md (installed in\n"
              "/usr/share/doc/nexhost/), or man nexhost.\n");
   app.require_subcommand(1);
@@ -603,15 +678,16 @@ int main(int argc, char** argv) {
       "times (a timer that fired late in the session fires on time in the replay). A session\n"
       "that outgrows what a scenario may hold (16 MiB, 10,000 replies to one command, ...) is\n"
       "recorded up to there, with a warning; the run goes on. A FILE that cannot be written\n"
-      "is refused before the run (exit code 2).\n"
+      "is refused before the run (exit code 2); an earlier FILE stays until the new recording\n"
+      "replaces it, whole, as the session ends.\n"
       "\nThe BSSID filter becomes \"SET bssid_filter\" (cleared when it names the broadcast\n"
       "BSSID); channel codes become \"SCAN freq=...\" (1 -> 2400-2500, 2 -> 3650-3700,\n"
       "3 -> 5150-5895, 65535 -> no restriction, other codes are MHz, empty items skipped).\n"
       "\nA missing socket or a denied permission exits with code 1. So does a supplicant\n"
       "that goes away during the run (it terminates, its socket refuses commands, or it\n"
       "leaves PING unanswered for --ctrl-timeout): every request is stopped first.\n"
-      "Ctrl-C, SIGTERM and --duration end the run within a second, even while a command\n"
-      "waits for its reply.\n");
+      "Ctrl-C, SIGTERM, --duration and a reader of standard output that goes away end the\n"
+      "run within a second, even while a command waits for its reply.\n");
 
   std::string reportInput;
   std::string reportOutput;
@@ -628,7 +704,8 @@ int main(int argc, char** argv) {
       "  nexhost run --json examples/connected-rssi.json > run.jsonl\n"
       "  nexhost report run.jsonl -o run.html\n"
       "\nThe same report as run --report gives. A line that is not an event is refused with\n"
-      "exit code 2, naming the line.\n");
+      "exit code 2, naming the line. An existing FILE is replaced only by a complete report;\n"
+      "-o - writes it to standard output.\n");
 
   DecodeOptions decodeOptions;
   CLI::App* decodeCmd = app.add_subcommand(
@@ -676,4 +753,13 @@ int main(int argc, char** argv) {
   if (reportCmd->parsed()) return reportCommand(reportInput, reportOutput);
   if (decodeCmd->parsed()) return decodeCommand(decodeOptions);
   return liveCommand(pluginPath, live, liveOutput);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  nexhost::catchBrokenPipe();
+  const int status = runNexhost(argc, argv);
+  // Help and version texts, events and reports alike: a failed write is exit status 1.
+  return nexhost::finishStandardOutput(status, standardOutputError);
 }

@@ -38,7 +38,7 @@ expect 1 "cannot reach wpa_supplicant at /tmp/nexhost-no-such-dir/wlan9: No such
   live -p/tmp/nexhost-no-such-dir -iwlan9 --ssid any
 expect 2 "excludes --sta-socket" -- live -i wlan0 --sta-socket /tmp/x --ssid any
 expect 1 "cannot load the plug-in" -- --plugin /tmp/nexhost-no-such-plugin.so run "$data/empty.json"
-expect 2 "cannot write the report /tmp/nexhost-no-such-dir/r.html" -- \
+expect 2 "--report: cannot write /tmp/nexhost-no-such-dir/r.html: No such file or directory" -- \
   run --report /tmp/nexhost-no-such-dir/r.html "$data/empty.json"
 expect 2 "invalid run: $data/bad-syntax.json:1: not JSON" -- \
   report "$data/bad-syntax.json" -o /tmp/nexhost-report-$$.html

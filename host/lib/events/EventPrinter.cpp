@@ -177,7 +177,7 @@ void EventPrinter::print(const Event& event) {
   if (std::fwrite(text.data(), 1, text.size(), out_) != text.size() ||
       (flushEachEvent_ && std::fflush(out_) != 0)) {
     writeError_ = errno != 0 ? errno : EIO;
-    if (onFailure_ != nullptr) onFailure_();
+    if (onFailure_ != nullptr) onFailure_(writeError_);
   }
 }
 

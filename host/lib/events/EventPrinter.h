@@ -25,9 +25,9 @@ class EventPrinter {
   void setFlushEachEvent(bool flush) { flushEachEvent_ = flush; }
 
   // A write that fails (a full disk, a reader gone) ends the printing: its errno is kept,
-  // nothing more is written, and `onFailure`, when set, is called once (live mode stops
-  // its session there).
-  void setOnWriteFailure(void (*onFailure)()) { onFailure_ = onFailure; }
+  // nothing more is written, and `onFailure`, when set, is called once with that errno
+  // (live mode stops its session there).
+  void setOnWriteFailure(void (*onFailure)(int error)) { onFailure_ = onFailure; }
   int writeError() const { return writeError_; }
 
   void print(const Event& event);
@@ -43,7 +43,7 @@ class EventPrinter {
   std::set<std::string> kinds_;
   bool flushEachEvent_ = true;
   int writeError_ = 0;
-  void (*onFailure_)() = nullptr;
+  void (*onFailure_)(int error) = nullptr;
 };
 
 }  // namespace nexhost

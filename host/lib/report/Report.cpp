@@ -459,31 +459,16 @@ void RunReport::write(std::FILE* out, const std::string& source) {
 
 // ---- ReportFile
 
-std::unique_ptr<ReportFile> ReportFile::open(const std::string& path, std::string source,
-                                             std::string* error) {
-  std::FILE* file = std::fopen(path.c_str(), "w");
-  if (file == nullptr) {
-    *error = "cannot write the report " + path + ": " + std::strerror(errno);
-    return nullptr;
-  }
-  return std::unique_ptr<ReportFile>(new ReportFile(file, path, std::move(source)));
-}
-
-// A run that never got going leaves no empty report behind.
-ReportFile::~ReportFile() {
-  if (file_ == nullptr) return;
-  std::fclose(file_);
-  std::remove(path_.c_str());
+std::unique_ptr<ReportFile> ReportFile::open(const std::string& path, std::string option,
+                                             std::string source, std::string* error) {
+  std::unique_ptr<OutputFile> file = OutputFile::open(path, std::move(option), error);
+  if (!file) return nullptr;
+  return std::unique_ptr<ReportFile>(new ReportFile(std::move(file), std::move(source)));
 }
 
 bool ReportFile::write(std::string* error) {
-  report_.write(file_, source_);
-  const bool ok = std::ferror(file_) == 0;
-  const bool closed = std::fclose(file_) == 0;
-  file_ = nullptr;
-  if (ok && closed) return true;
-  *error = "cannot write the report " + path_ + ": " + std::strerror(errno);
-  return false;
+  if (file_->stream() != nullptr) report_.write(file_->stream(), source_);
+  return file_->commit(error);
 }
 
 // ---- A saved run
@@ -507,6 +492,11 @@ bool addJsonLines(std::istream& in, const std::string& name, RunReport* report,
       line.push_back(static_cast<char>(c));
     }
     if (c == EOF && line.empty()) return true;
+    // The JSON parser takes a NUL for the end of its input: the rest would go unread.
+    const std::size_t nul = line.find('\0');
+    if (nul != std::string::npos) {
+      return fail("a NUL byte at column " + std::to_string(nul + 1) + "; an event line holds none");
+    }
     if (line.find_first_not_of(" \t\r") == std::string::npos) continue;
     Json object;
     try {

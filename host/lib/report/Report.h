@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "events/Trace.h"
+#include "output/OutputFile.h"
 
 namespace nexhost {
 
@@ -114,28 +115,30 @@ class RunReport {
   bool headFull_ = false;
 };
 
-// A report for a file: opened before the run, so that a path that cannot be written is
-// refused before anything runs; fed every event; written when the run ends. Destroyed
-// unwritten, it removes the file.
+// A report for a file: opened before the run, so that an output that cannot be written is
+// refused before anything runs; fed every event; written when the run ends. The file is
+// replaced only once the whole page is written (OutputFile): destroyed unwritten, or
+// failing to write, it leaves whatever was there.
 class ReportFile {
  public:
-  static std::unique_ptr<ReportFile> open(const std::string& path, std::string source,
-                                          std::string* error);
-  ~ReportFile();
+  // `option` names the output in errors ("--report", "-o").
+  static std::unique_ptr<ReportFile> open(const std::string& path, std::string option,
+                                          std::string source, std::string* error);
   ReportFile(const ReportFile&) = delete;
   ReportFile& operator=(const ReportFile&) = delete;
 
   RunReport& report() { return report_; }
   void add(const Event& event) { report_.add(event); }
-  // Writes the page and closes the file.
+  // Writes the page and puts the file in place; false with one line naming the output.
   bool write(std::string* error);
+  // The errno of a failed write (EPIPE: standard output's reader went away).
+  int errorNumber() const { return file_->errorNumber(); }
 
  private:
-  ReportFile(std::FILE* file, std::string path, std::string source)
-      : file_(file), path_(std::move(path)), source_(std::move(source)) {}
+  ReportFile(std::unique_ptr<OutputFile> file, std::string source)
+      : file_(std::move(file)), source_(std::move(source)) {}
 
-  std::FILE* file_;
-  std::string path_;
+  std::unique_ptr<OutputFile> file_;
   std::string source_;
   RunReport report_;
 };

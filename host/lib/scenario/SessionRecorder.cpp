@@ -59,17 +59,11 @@ void writeSequences(std::FILE* out, const std::map<std::string, std::vector<Json
 SessionRecorder::SessionRecorder(const Clock& clock, std::string path, std::FILE* warnings)
     : clock_(clock), path_(std::move(path)), warnings_(warnings), fileBytes_(kFrameBytes) {}
 
-SessionRecorder::~SessionRecorder() {
-  if (file_ != nullptr) std::fclose(file_);
-}
+SessionRecorder::~SessionRecorder() = default;
 
 bool SessionRecorder::open(std::string* error) {
-  file_ = std::fopen(path_.c_str(), "w");
-  if (file_ == nullptr) {
-    *error = "--record: cannot write " + printableBytes(path_) + ": " + std::strerror(errno);
-    return false;
-  }
-  return true;
+  file_ = OutputFile::open(path_, "--record", error);
+  return file_ != nullptr;
 }
 
 void SessionRecorder::setDescription(const std::string& description) {
@@ -213,9 +207,9 @@ void SessionRecorder::hostapdResult(const std::string& commandLine,
 }
 
 bool SessionRecorder::write(std::string* error) {
-  if (file_ == nullptr) return true;
+  if (file_ == nullptr || file_->stream() == nullptr) return true;
   const long long end = stopped_ ? end_ : clock_.now();
-  std::FILE* out = file_;
+  std::FILE* out = file_->stream();
   std::fprintf(out, "{\n  \"description\": %s,\n  \"peers\": {", text(Json(description_)).c_str());
   bool first = true;
   for (const auto& item : platform_.items()) {
@@ -236,13 +230,7 @@ bool SessionRecorder::write(std::string* error) {
   for (const Json& step : steps_) std::fprintf(out, "    %s,\n", text(step).c_str());
   // The replay runs on to the session's end: timers due until then fire there too.
   std::fprintf(out, "    %s\n  ]\n}\n", text(Json{{"at", end}, {"advance", 0}}).c_str());
-  file_ = nullptr;
-  const bool failed = std::ferror(out) != 0;
-  if (std::fclose(out) != 0 || failed) {
-    *error = "--record: cannot write " + printableBytes(path_) + ": " + std::strerror(errno);
-    return false;
-  }
-  return true;
+  return file_->commit(error);
 }
 
 }  // namespace nexhost

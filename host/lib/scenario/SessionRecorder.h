@@ -2,12 +2,14 @@
 
 #include <cstdio>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "events/Trace.h"
 #include "framework/Platform.h"
 #include "framework/Supplicant.h"
+#include "output/OutputFile.h"
 #include "scenario/Scenario.h"
 
 namespace nexhost {
@@ -28,8 +30,9 @@ class SessionRecorder {
   SessionRecorder(const SessionRecorder&) = delete;
   SessionRecorder& operator=(const SessionRecorder&) = delete;
 
-  // Creates the file now, so that a path that cannot be written is refused before the
-  // session starts; false with the reason in `error`.
+  // Creates the temporary file now, so that a path that cannot be written is refused
+  // before the session starts; false with the reason in `error`. An earlier file at the
+  // path stays until write() replaces it: a session that fails to start leaves it.
   bool open(std::string* error);
 
   void setDescription(const std::string& description);
@@ -43,7 +46,8 @@ class SessionRecorder {
   void p2pConnect(bool ok);
   void hostapdResult(const std::string& commandLine, const Platform::ForkResult& result);
 
-  // Writes the scenario, ending at the current time (or where the recording stopped).
+  // Writes the scenario, ending at the current time (or where the recording stopped), and
+  // puts it in place of an earlier file.
   bool write(std::string* error);
 
   bool stopped() const { return stopped_; }
@@ -60,7 +64,7 @@ class SessionRecorder {
   const Clock& clock_;
   std::string path_;
   std::FILE* warnings_;
-  std::FILE* file_ = nullptr;
+  std::unique_ptr<OutputFile> file_;
   std::string description_;
   Json platform_ = Json::object();
   Json p2pConnects_;  // null until the plug-in first connects to P2P
