@@ -537,7 +537,8 @@ int liveCommand(const std::string& pluginPath, LiveOptions options, const Output
   int status = kExitOk;
   if (runner.run(steps, endAt) == nexhost::LiveRunner::Outcome::kSupplicantGone) {
     std::fprintf(stderr, "nexhost: wpa_supplicant at %s went away: %s; every request stopped\n",
-                 options.stationSocket.c_str(), supplicant->goneReason().c_str());
+                 nexhost::printableBytes(options.stationSocket).c_str(),
+                 supplicant->goneReason().c_str());
     status = kExitFailure;
   }
   // The recording is written whatever ended the session: a replay shows how it went.

@@ -176,6 +176,9 @@ row_13() {  # smaller faults: a FIFO blocked, wrong or raw-byte errors, a NUL cu
   run 2 -- run --report $'\xff/r.html' mine.json
   says 'cannot write \xff/r.html'
   ! grep -q $'\xff' err || fail "an error line holds a raw 0xff byte"
+  run 1 -- live --sta-socket $'\xff/wlan0' --ssid any
+  says 'cannot reach wpa_supplicant at \xff/wlan0'
+  ! grep -q $'\xff' err || fail "an error line holds a raw 0xff byte"
 }
 
 for r in 1 2 3 4 10 11 12 12b 13; do

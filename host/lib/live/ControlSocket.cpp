@@ -106,13 +106,15 @@ std::unique_ptr<ControlSocket> ControlSocket::open(const std::string& serverPath
                                                    std::string* error) {
   if (serverPath.size() >= sizeof(sockaddr_un::sun_path)) {
     *error = "control socket path too long (at most " +
-             std::to_string(sizeof(sockaddr_un::sun_path) - 1) + " bytes): " + serverPath;
+             std::to_string(sizeof(sockaddr_un::sun_path) - 1) +
+             " bytes): " + printableBytes(serverPath);
     return nullptr;
   }
   errno = 0;
   wpa_ctrl* ctrl = wpa_ctrl_open(serverPath.c_str());
   if (ctrl == nullptr) {
-    *error = reachError(serverPath, errno);
+    // A path, or a socket's name, may hold any byte; the error line stays ASCII.
+    *error = printableBytes(reachError(serverPath, errno));
     return nullptr;
   }
   // hostapd_cli runs as a child: it must not inherit the supplicant's sockets.
