@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "events/EventLines.h"
 #include "events/EventPrinter.h"
 
 namespace nexhost {
@@ -17,8 +18,6 @@ namespace {
 constexpr float kDefaultAlpha = 0.5f;
 constexpr long long kDefaultSamplingPeriod = 2;
 constexpr unsigned kBssLoadReported = 4;  // reported_params bit
-constexpr std::size_t kMaxLineBytes = 1024 * 1024;
-constexpr int kMaxDepth = 32;
 
 const char* connectionTypeName(long long type) {
   switch (type) {
@@ -475,50 +474,11 @@ bool ReportFile::write(std::string* error) {
 
 bool addJsonLines(std::istream& in, const std::string& name, RunReport* report,
                   std::string* error) {
-  std::string line;
-  long long number = 0;
-  auto fail = [&](const std::string& what) {
-    *error = name + ":" + std::to_string(number) + ": " + what;
-    return false;
-  };
-  struct TooDeep {};
-  while (true) {
-    line.clear();
-    ++number;
-    // Read by hand, so that an endless line stops at the bound.
-    int c;
-    while ((c = in.get()) != EOF && c != '\n') {
-      if (line.size() == kMaxLineBytes) return fail("line longer than 1 MiB");
-      line.push_back(static_cast<char>(c));
-    }
-    if (c == EOF && line.empty()) return true;
-    // The JSON parser takes a NUL for the end of its input: the rest would go unread.
-    const std::size_t nul = line.find('\0');
-    if (nul != std::string::npos) {
-      return fail("a NUL byte at column " + std::to_string(nul + 1) + "; an event line holds none");
-    }
-    if (line.find_first_not_of(" \t\r") == std::string::npos) continue;
-    Json object;
-    try {
-      object = Json::parse(line, [](int depth, Json::parse_event_t, Json&) {
-        if (depth > kMaxDepth) throw TooDeep{};
-        return true;
-      });
-    } catch (const TooDeep&) {
-      return fail("nested deeper than " + std::to_string(kMaxDepth) + " levels");
-    } catch (const Json::exception& e) {
-      return fail(std::string("not JSON: ") + e.what());
-    }
-    if (!object.is_object() || !object.contains("time") || !object["time"].is_number_integer() ||
-        !object.contains("kind") || !object["kind"].is_string()) {
-      return fail("expected an event: an object with an integer \"time\" and a text \"kind\"");
-    }
-    Event event{object["time"].get<long long>(), object["kind"].get<std::string>(), Json::object()};
-    for (auto& item : object.items()) {
-      if (item.key() != "time" && item.key() != "kind") event.data[item.key()] = item.value();
-    }
-    report->add(event);
-  }
+  EventLines lines(in, name);
+  Event event;
+  while (lines.next(&event)) report->add(event);
+  *error = lines.error();
+  return error->empty();
 }
 
 }  // namespace nexhost

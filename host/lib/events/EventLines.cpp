@@ -1,0 +1,62 @@
+#include "events/EventLines.h"
+
+namespace nexhost {
+
+namespace {
+
+constexpr std::size_t kMaxLineBytes = 1024 * 1024;
+constexpr int kMaxDepth = 32;
+
+}  // namespace
+
+bool EventLines::fail(const std::string& what) {
+  error_ = name_ + ":" + std::to_string(line_) + ": " + what;
+  return false;
+}
+
+bool EventLines::next(Event* event) {
+  if (!error_.empty()) return false;
+  struct TooDeep {};
+  while (true) {
+    text_.clear();
+    ++line_;
+    // Read by hand, so that an endless line stops at the bound.
+    int c;
+    while ((c = in_.get()) != EOF && c != '\n') {
+      if (text_.size() == kMaxLineBytes) return fail("line longer than 1 MiB");
+      text_.push_back(static_cast<char>(c));
+    }
+    if (c == EOF && text_.empty()) return false;
+    // The JSON parser takes a NUL for the end of its input: the rest would go unread.
+    const std::size_t nul = text_.find('\0');
+    if (nul != std::string::npos) {
+      return fail("a NUL byte at column " + std::to_string(nul + 1) + "; an event line holds none");
+    }
+    if (text_.find_first_not_of(" \t\r") == std::string::npos) continue;
+    Json object;
+    try {
+      object = Json::parse(text_, [](int depth, Json::parse_event_t, Json&) {
+        if (depth > kMaxDepth) throw TooDeep{};
+        return true;
+      });
+    } catch (const TooDeep&) {
+      return fail("nested deeper than " + std::to_string(kMaxDepth) + " levels");
+    } catch (const Json::exception& e) {
+      return fail(std::string("not JSON: ") + e.what());
+    }
+    if (!object.is_object() || !object.contains("time") || !object["time"].is_number_integer() ||
+        !object.contains("kind") || !object["kind"].is_string()) {
+      return fail("expected an event: an object with an integer \"time\" and a text \"kind\"");
+    }
+    event->time = object["time"].get<long long>();
+    event->kind = object["kind"].get<std::string>();
+    event->data = Json::object();
+    for (auto& item : object.items()) {
+      if (item.key() != "time" && item.key() != "kind")
+        event->data[item.key()] = std::move(item.value());
+    }
+    return true;
+  }
+}
+
+}  // namespace nexhost

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <istream>
+#include <string>
+
+#include "events/Trace.h"
+
+namespace nexhost {
+
+// Reads a run saved with `--json` (JSON Lines, one event per line) one event at a time,
+// so that a reader of any length holds one line. Blank lines are skipped. A line that is
+// not an event nexhost writes (an object with an integer "time" and a text "kind"), holds
+// a NUL byte, is longer than 1 MiB or is nested deeper than 32 levels stops the reading
+// with a one-line error naming `name` and the line ("run.jsonl:7: not JSON: ...").
+class EventLines {
+ public:
+  EventLines(std::istream& in, std::string name) : in_(in), name_(std::move(name)) {}
+
+  // The next event; false at the end of the input, or on an error (error() says which).
+  bool next(Event* event);
+  const std::string& error() const { return error_; }
+  const std::string& name() const { return name_; }
+  // The line the last event came from (1 for the first line).
+  long long line() const { return line_; }
+
+ private:
+  bool fail(const std::string& what);
+
+  std::istream& in_;
+  std::string name_;
+  std::string text_;
+  long long line_ = 0;
+  std::string error_;
+};
+
+}  // namespace nexhost
