@@ -219,6 +219,15 @@ class WifiScanResult {
     bool broadcast = false;
     bool bssidKeysFound = false;
     ScanKeyIndex::Range bssidKeys;
+    // The texts of the channel codes met so far: a request names its codes once for each
+    // BSSID, so each is written once. A slot of size 0 is empty.
+    struct ChannelText {
+      uint16_t code = 0;
+      uint8_t size = 0;
+      char text[5];
+    };
+    ChannelText channelTexts[16];
+    std::string_view channelTextOf(uint16_t channel);
   };
 
   void filterChannel(RequestFilter& filter, uint16_t channel);

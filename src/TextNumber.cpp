@@ -4,8 +4,19 @@
 
 namespace {
 
+bool isDigit(const unsigned char* p, const unsigned char* end) {
+  return p != end && *p >= '0' && *p <= '9';
+}
+
 // atoi's reading up to `end`; a terminator, which is no blank, sign or digit, stops it too.
 int readInt(const unsigned char* p, const unsigned char* end) {
+  // The usual text, a few digits and no sign, is read at once; nine digits cannot overflow.
+  const unsigned char* digit = p;
+  int plain = 0;
+  for (int digits = 0; digits < 9 && isDigit(digit, end); ++digits)
+    plain = plain * 10 + (*digit++ - '0');
+  if (digit != p && !isDigit(digit, end)) return plain;
+
   while (p != end && (*p == ' ' || (*p >= '\t' && *p <= '\r'))) ++p;
   bool negative = false;
   if (p != end && (*p == '+' || *p == '-')) {
@@ -13,7 +24,7 @@ int readInt(const unsigned char* p, const unsigned char* end) {
     ++p;
   }
   long long value = 0;  // magnitude, capped just past the int range
-  for (; p != end && *p >= '0' && *p <= '9'; ++p) {
+  for (; isDigit(p, end); ++p) {
     value = value * 10 + (*p - '0');
     if (value > static_cast<long long>(INT_MAX) + 1) value = static_cast<long long>(INT_MAX) + 1;
   }

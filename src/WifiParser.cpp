@@ -50,7 +50,15 @@ std::string_view nextToken(const char*& at, const char (&separators)[N]) {
     at = start;
     return std::string_view();
   }
-  const char* end = start + std::strcspn(start, separators);
+  // Each separator is searched for on its own with a vector search, the others only
+  // before the first one found: strcspn builds a table of its set first, which costs more
+  // than most tokens do. (The text's end is sought only once, with the last token.)
+  const char* end = std::strchr(start, separators[N - 2]);
+  if (end == nullptr) end = start + std::strlen(start);
+  for (std::size_t i = 0; i + 2 < N; ++i) {
+    const void* hit = std::memchr(start, separators[i], static_cast<std::size_t>(end - start));
+    if (hit != nullptr) end = static_cast<const char*>(hit);
+  }
   at = *end != '\0' ? end + 1 : end;
   return std::string_view(start, static_cast<std::size_t>(end - start));
 }
@@ -76,12 +84,20 @@ bool is(std::string_view key, std::string_view name) { return key == name; }
 uint16_t toUint16(std::string_view text) { return static_cast<uint16_t>(textToInt(text)); }
 int16_t toInt16(std::string_view text) { return static_cast<int16_t>(textToInt(text)); }
 
-int hexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
+// Hex digit values, -1 for every other character: each scan report converts every BSSID
+// it lists.
+struct HexValues {
+  int8_t value[256] = {};
+  constexpr HexValues() {
+    for (int c = 0; c < 256; ++c) value[c] = -1;
+    for (int c = '0'; c <= '9'; ++c) value[c] = static_cast<int8_t>(c - '0');
+    for (int c = 'a'; c <= 'f'; ++c) value[c] = static_cast<int8_t>(c - 'a' + 10);
+    for (int c = 'A'; c <= 'F'; ++c) value[c] = static_cast<int8_t>(c - 'A' + 10);
+  }
+};
+constexpr HexValues kHexValues;
+
+int hexDigit(char c) { return kHexValues.value[static_cast<unsigned char>(c)]; }
 
 // The form the supplicant prints, six two-digit groups joined by colons, converted the way
 // the scanf format "%x:%x:%x:%x:%x:%x" converts it, without scanf's cost (each scan
@@ -91,7 +107,8 @@ bool readPrintedMac(uint8_t (&mac)[6], const char* text) {
   for (int i = 0; i < 6; ++i) {
     const char* group = text + 3 * i;
     const int high = hexDigit(group[0]);
-    const int low = high < 0 ? -1 : hexDigit(group[1]);
+    if (high < 0) return false;  // the terminator among them: nothing after it is read
+    const int low = hexDigit(group[1]);
     if (low < 0 || (i < 5 && group[2] != ':')) return false;
     bytes[i] = static_cast<uint8_t>(high << 4 | low);
   }

@@ -33,9 +33,9 @@ const char* bandOf(uint16_t mhz) {
   return "";
 }
 
-// The channel text of a filter: a band name, or the code's decimal text ("%lu") written
-// into `buffer`, directly, since a request with many codes formats one per BSSID it names.
-std::string_view channelTextOf(uint16_t channel, char (&buffer)[10]) {
+// The channel text of a filter: a band name, or the code's decimal text ("%lu"), which
+// is written into `buffer`.
+std::string_view channelTextOf(uint16_t channel, char (&buffer)[5]) {
   switch (channel) {
     case kBand5:
       return kBand5Text;
@@ -288,11 +288,23 @@ void WifiScanResult::RequestFilter::setBssid(const std::string& filterBssid) {
   bssidKeysFound = false;
 }
 
+std::string_view WifiScanResult::RequestFilter::channelTextOf(uint16_t channel) {
+  ChannelText& slot = channelTexts[channel % std::size(channelTexts)];
+  if (slot.size == 0 || slot.code != channel) {
+    char buffer[sizeof(slot.text)];
+    const std::string_view text = ::channelTextOf(channel, buffer);
+    if (text.size() > sizeof(slot.text)) return text;  // a band name, which stays
+    std::memcpy(slot.text, text.data(), text.size());
+    slot.code = channel;
+    slot.size = static_cast<uint8_t>(text.size());
+  }
+  return std::string_view(slot.text, slot.size);
+}
+
 void WifiScanResult::filterChannel(RequestFilter& filter, uint16_t channel) {
   MDX_LOG(1, "WifiScanResult::findPartialKey  %s %s %d", filter.ssid.c_str(), filter.bssid->c_str(),
           static_cast<int>(channel));
-  char buffer[10];
-  const std::string_view channelText = channelTextOf(channel, buffer);
+  const std::string_view channelText = filter.channelTextOf(channel);
   // A named SSID takes only the lines whose ssid&bssid key is in its prefix range, so only
   // those are kept; whether the filter reached any line at all still counts.
   bool reached = false;
@@ -347,11 +359,18 @@ void WifiScanResult::filterSsid(RequestFilter& filter, bool reached) {
     filteredList.reserve(std::max(listed, 2 * filteredList.capacity()));
   }
   if (filter.anySsid) {
-    // Any SSID merges into the groups already there.
+    // Any SSID merges into the groups already there. The matches come in SSID order, so
+    // a group is looked up once for its run of them.
+    std::vector<SelectedBss>* group = nullptr;
+    const std::string* groupSsid = nullptr;
     for (const KeyedLine& match : matches_) {
       const BssidInfo& info = match.line->info;
       filteredList.emplace_back(info);
-      groupOf(info.ssid).emplace_back(info);
+      if (groupSsid == nullptr || *groupSsid != info.ssid) {
+        group = &groupOf(info.ssid);
+        groupSsid = &info.ssid;
+      }
+      group->emplace_back(info);
     }
     return;
   }
