@@ -48,13 +48,18 @@ struct SelectedBss {
   BssLoad bssLoad = {};
 };
 
-// One line of the store: its record, its place among the lines, and its key among a
-// filter's matches (ssid&bssid).
+// One line of the store: its record, its place among the lines, its band (empty when
+// the frequency is 0 or outside every band), and its key among a filter's matches
+// (ssid&bssid).
 struct StoredBss {
   BssidInfo info;
   std::size_t order = 0;
+  bool hasFrequency = false;
+  std::string_view band;
   std::string_view ssidBssid;
 };
+
+class WifiScanResult;
 
 // A line under a key, in the keys' byte-wise order (a key that begins another sorts first).
 // The key's first eight bytes, read as one big-endian number (zero-padded), settle most
@@ -83,7 +88,8 @@ inline bool sameKey(const KeyedLine& a, const KeyedLine& b) {
 class ScanKeyArena {
  public:
   // Stores the parts joined by "&" as one text.
-  std::string_view join(std::initializer_list<std::string_view> parts);
+  std::string_view join(std::string_view first, std::string_view second);
+  std::string_view join(std::string_view first, std::string_view second, std::string_view third);
   // Forgets every text but keeps the blocks, for the next scan's keys.
   void clear();
 
@@ -92,6 +98,9 @@ class ScanKeyArena {
     std::unique_ptr<char[]> text;
     std::size_t size;
   };
+  // `size` bytes of the current block, or of the next one when it has no room left.
+  char* room(std::size_t size);
+
   std::vector<Block> blocks_;
   std::size_t used_ = 0;  // blocks written in, the last of them at free_
   char* free_ = nullptr;
@@ -102,10 +111,21 @@ class ScanKeyArena {
 // another sorts first). The first line added under a key keeps it. Read like a map from
 // key to BssidInfo.
 //
-// Lines are appended as they come and put in order when the index is next read: a scan
-// cycle reads only the indexes its filters need.
+// An index is filled from its store's lines, and put in order, when it is first read: a
+// scan cycle writes the keys of only the indexes its filters read.
 class ScanKeyIndex {
  public:
+  // Which keys of each line it holds.
+  enum class Keys {
+    kFreqBssidSsid,  // freq&bssid&ssid
+    kBssidFreq,      // bssid&freq, and bssid&band for a non-zero frequency
+    kFreqBssid,      // freq&bssid, and band&bssid for a non-zero frequency
+  };
+  ScanKeyIndex(const WifiScanResult* store, Keys keys) : store_(store), keys_(keys) {}
+  ScanKeyIndex(const ScanKeyIndex&) = delete;
+  // Takes the other's entries; stays the index of its own store.
+  ScanKeyIndex& operator=(ScanKeyIndex&& other) noexcept;
+
   using Entry = KeyedLine;
   using Range = std::pair<const Entry*, const Entry*>;
 
@@ -150,17 +170,22 @@ class ScanKeyIndex {
   void forEach(Visit visit) const {
     for (const Entry& entry : inOrder()) visit(*entry.line);
   }
-  // Adds `line` under `key`, a text that outlives the index; ignored when the key is
-  // taken by an earlier line.
-  void add(std::string_view key, const StoredBss* line);
   void reserve(std::size_t entries);
+  // Forgets the entries, keeping their room: the index is filled anew when next read.
   void clear();
 
  private:
   const std::vector<Entry>& inOrder() const;
   std::vector<Entry>::const_iterator lowerBound(std::string_view key) const;
+  // Adds `line` under `key`, a text that outlives the index; ignored when the key is
+  // taken by an earlier line.
+  void add(std::string_view key, const StoredBss* line) const;
+  void fill() const;
 
+  const WifiScanResult* store_;
+  Keys keys_;
   mutable std::vector<Entry> entries_;
+  mutable bool filled_ = false;
   mutable bool ordered_ = true;
 };
 
@@ -198,9 +223,9 @@ class WifiScanResult {
   void findPartialKey(const std::string& ssid, const std::string& bssid, uint16_t channel);
   void dumpReport();
 
-  ScanKeyIndex byFreqBssidSsid;  // freq&bssid&ssid
-  ScanKeyIndex byBssidFreq;      // bssid&freq, bssid&band
-  ScanKeyIndex byFreqBssid;      // freq&bssid, band&bssid
+  ScanKeyIndex byFreqBssidSsid{this, ScanKeyIndex::Keys::kFreqBssidSsid};
+  ScanKeyIndex byBssidFreq{this, ScanKeyIndex::Keys::kBssidFreq};
+  ScanKeyIndex byFreqBssid{this, ScanKeyIndex::Keys::kFreqBssid};
   std::vector<SelectedBss> filteredList;
   std::map<std::string, std::vector<SelectedBss>> filteredBySsid;
   std::map<std::string, std::set<std::string>> ssidBssidSet;
@@ -247,7 +272,8 @@ class WifiScanResult {
   std::vector<std::unique_ptr<StoredBss>> lines_;
   std::size_t lineCount_ = 0;
   std::vector<Group> spareGroups_;  // groups that clear() took out, to be reused
-  ScanKeyArena keys_;
+  friend class ScanKeyIndex;        // fills itself from the lines, its keys into keys_
+  mutable ScanKeyArena keys_;
   std::string keyScratch_;          // where a key to look up is built
   std::vector<KeyedLine> matches_;  // one filter's lines, by ssid&bssid, first reached wins
 };

@@ -10,12 +10,14 @@ bool isDigit(const unsigned char* p, const unsigned char* end) {
 
 // atoi's reading up to `end`; a terminator, which is no blank, sign or digit, stops it too.
 int readInt(const unsigned char* p, const unsigned char* end) {
-  // The usual text, a few digits and no sign, is read at once; nine digits cannot overflow.
-  const unsigned char* digit = p;
+  // The usual text, a few digits after at most a minus, is read at once; nine digits
+  // cannot overflow.
+  const bool minus = p != end && *p == '-';
+  const unsigned char* const first = minus ? p + 1 : p;
+  const unsigned char* digit = first;
   int plain = 0;
-  for (int digits = 0; digits < 9 && isDigit(digit, end); ++digits)
-    plain = plain * 10 + (*digit++ - '0');
-  if (digit != p && !isDigit(digit, end)) return plain;
+  while (digit - first < 9 && isDigit(digit, end)) plain = plain * 10 + (*digit++ - '0');
+  if (digit != first && !isDigit(digit, end)) return minus ? -plain : plain;
 
   while (p != end && (*p == ' ' || (*p >= '\t' && *p <= '\r'))) ++p;
   bool negative = false;

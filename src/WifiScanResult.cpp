@@ -74,9 +74,7 @@ constexpr std::size_t kKeyBlockSize = 2048;
 
 // ---- Keys
 
-std::string_view ScanKeyArena::join(std::initializer_list<std::string_view> parts) {
-  std::size_t size = parts.size() - 1;  // the separators
-  for (std::string_view part : parts) size += part.size();
+char* ScanKeyArena::room(std::size_t size) {
   while (size > room_) {
     // The next block: a kept one, else a new one; a key longer than a block gets one of its
     // own.
@@ -93,12 +91,38 @@ std::string_view ScanKeyArena::join(std::initializer_list<std::string_view> part
     ++used_;
   }
   char* const text = free_;
-  for (const std::string_view* part = parts.begin(); part != parts.end(); ++part) {
-    if (part != parts.begin()) *free_++ = '&';
-    if (!part->empty()) std::memcpy(free_, part->data(), part->size());
-    free_ += part->size();
-  }
+  free_ += size;
   room_ -= size;
+  return text;
+}
+
+namespace {
+
+char* append(char* at, std::string_view part) {
+  if (!part.empty()) std::memcpy(at, part.data(), part.size());
+  return at + part.size();
+}
+
+}  // namespace
+
+std::string_view ScanKeyArena::join(std::string_view first, std::string_view second) {
+  const std::size_t size = first.size() + 1 + second.size();
+  char* const text = room(size);
+  char* at = append(text, first);
+  *at++ = '&';
+  append(at, second);
+  return std::string_view(text, size);
+}
+
+std::string_view ScanKeyArena::join(std::string_view first, std::string_view second,
+                                    std::string_view third) {
+  const std::size_t size = first.size() + 1 + second.size() + 1 + third.size();
+  char* const text = room(size);
+  char* at = append(text, first);
+  *at++ = '&';
+  at = append(at, second);
+  *at++ = '&';
+  append(at, third);
   return std::string_view(text, size);
 }
 
@@ -133,7 +157,39 @@ KeyedLine::KeyedLine(std::string_view text, const StoredBss* stored)
          uint64_t{b[4]} << 24 | uint64_t{b[5]} << 16 | uint64_t{b[6]} << 8 | uint64_t{b[7]};
 }
 
+ScanKeyIndex& ScanKeyIndex::operator=(ScanKeyIndex&& other) noexcept {
+  entries_ = std::move(other.entries_);
+  filled_ = other.filled_;
+  ordered_ = other.ordered_;
+  other.clear();
+  return *this;
+}
+
+void ScanKeyIndex::fill() const {
+  filled_ = true;
+  for (std::size_t i = 0; i < store_->lineCount_; ++i) {
+    const StoredBss& line = *store_->lines_[i];
+    const BssidInfo& info = line.info;
+    ScanKeyArena& keys = store_->keys_;
+    switch (keys_) {
+      case Keys::kFreqBssidSsid:
+        add(keys.join(info.freq, info.bssid, info.ssid), &line);
+        break;
+      case Keys::kBssidFreq:
+        add(keys.join(info.bssid, info.freq), &line);
+        // Also for an empty band: an out-of-band BSS gets the key bssid + "&".
+        if (line.hasFrequency) add(keys.join(info.bssid, line.band), &line);
+        break;
+      case Keys::kFreqBssid:
+        add(keys.join(info.freq, info.bssid), &line);
+        if (line.hasFrequency) add(keys.join(line.band, info.bssid), &line);
+        break;
+    }
+  }
+}
+
 const std::vector<ScanKeyIndex::Entry>& ScanKeyIndex::inOrder() const {
+  if (!filled_) fill();
   if (!ordered_) {
     // Of the lines under one key the one added first stays first and keeps the key. (A
     // stable sort would say so too, but takes a buffer from the heap each time.)
@@ -169,7 +225,7 @@ const BssidInfo& ScanKeyIndex::at(std::string_view key) const {
   return entry->line->info;
 }
 
-void ScanKeyIndex::add(std::string_view key, const StoredBss* line) {
+void ScanKeyIndex::add(std::string_view key, const StoredBss* line) const {
   entries_.emplace_back(key, line);
   ordered_ = false;
 }
@@ -178,6 +234,7 @@ void ScanKeyIndex::reserve(std::size_t entries) { entries_.reserve(entries); }
 
 void ScanKeyIndex::clear() {
   entries_.clear();
+  filled_ = false;
   ordered_ = true;
 }
 
@@ -248,15 +305,13 @@ void WifiScanResult::addLine(std::string_view bssid, std::string_view freq, int1
   info.rssi = rssi;
   info.bssLoadValid = false;
   info.bssLoad = BssLoad{};
-  byFreqBssidSsid.add(keys_.join({info.freq, info.bssid, info.ssid}), &line);
-  byBssidFreq.add(keys_.join({info.bssid, info.freq}), &line);
-  byFreqBssid.add(keys_.join({info.freq, info.bssid}), &line);
-  // Also for an empty band: an out-of-band BSS gets the keys bssid + "&" and "&" + bssid.
-  if (mhz != 0) {
-    byBssidFreq.add(keys_.join({info.bssid, band}), &line);
-    byFreqBssid.add(keys_.join({band, info.bssid}), &line);
-  }
-  line.ssidBssid = keys_.join({info.ssid, info.bssid});
+  line.hasFrequency = mhz != 0;
+  line.band = band;
+  line.ssidBssid = keys_.join(info.ssid, info.bssid);
+  // Indexes read before hold no entry of this line: they are filled anew when next read.
+  byFreqBssidSsid.clear();
+  byBssidFreq.clear();
+  byFreqBssid.clear();
 }
 
 void WifiScanResult::filterData(std::list<MeasurementRequestReport>& requests) {
