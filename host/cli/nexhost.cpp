@@ -17,8 +17,10 @@
 #include <string>
 #include <vector>
 
+#include "DiffCommand.h"
 #include "Manual.h"
 #include "NexhostVersion.h"
+#include "events/EventLines.h"
 #include "events/EventPrinter.h"
 #include "framework/Host.h"
 #include "framework/Plugin.h"
@@ -84,13 +86,15 @@ const char* kExamples =
     "  nexhost run --json examples/default-profile.json | jq 'select(.kind==\"modem\")'\n"
     "  nexhost live --sta-socket /var/run/wpa_supplicant/wlan0 --ssid any --bss-load\n"
     "  nexhost run --report run.html examples/connected-rssi.json\n"
-    "  nexhost decode --json < records-from-a-modem-log.txt\n";
+    "  nexhost decode --json < records-from-a-modem-log.txt\n"
+    "  nexhost diff --ignore-time live.jsonl replay.jsonl\n";
 const char* kExitCodes =
-    "  0  done (a live run also ends with 0 after Ctrl-C)\n"
+    "  0  done (a live run also ends with 0 after Ctrl-C); diff: the runs are equal\n"
     "  1  the plug-in cannot be loaded, a control socket cannot be reached,\n"
-    "     wpa_supplicant went away, or an output could not be written\n"
+    "     wpa_supplicant went away, or an output could not be written; diff: the runs\n"
+    "     differ\n"
     "  2  invalid command line or scenario, or an output refused (nothing has run), or\n"
-    "     bad input to decode\n";
+    "     bad input to decode, report or diff\n";
 // What happens to the files nexhost writes; the manual page has it as a section.
 const char* kOutputFiles =
     "Output files (--report, --record, -o) are written under a temporary name beside the\n"
@@ -136,6 +140,7 @@ void addDocumentationWriters(CLI::App& app) {
              recordTypes.push_back(kind.type);
            }
            std::fputs(nexhost::bashCompletion(app, {{"--only", {kKinds.begin(), kKinds.end()}},
+                                                    {"--ignore", {kKinds.begin(), kKinds.end()}},
                                                     {"--log-level", logLevels},
                                                     {"--type", recordTypes}})
                           .c_str(),
@@ -243,33 +248,19 @@ int finishReport(Session& session, int status) {
 // nexhost report RUN.jsonl -o FILE.html: the report of a saved --json run.
 int reportCommand(const std::string& input, const std::string& output) {
   if (!checkOutputs({{"the run", input}}, {{"-o", output}}, false)) return kExitUsage;
-  const std::string shown = nexhost::printableBytes(input);
-  std::ifstream file;
-  if (input != "-") {
-    struct stat st;
-    if (::stat(input.c_str(), &st) != 0) {
-      std::fprintf(stderr, "nexhost: cannot read %s: %s\n", shown.c_str(), std::strerror(errno));
-      return kExitUsage;
-    }
-    if (!S_ISREG(st.st_mode)) {
-      std::fprintf(stderr, "nexhost: %s: not a regular file\n", shown.c_str());
-      return kExitUsage;
-    }
-    file.open(input, std::ios::binary);
-    if (!file) {
-      std::fprintf(stderr, "nexhost: cannot read %s\n", shown.c_str());
-      return kExitUsage;
-    }
-  }
+  nexhost::SavedRun run;
   std::string error;
+  if (!run.open(input, &error)) {
+    std::fprintf(stderr, "nexhost: %s\n", error.c_str());
+    return kExitUsage;
+  }
   std::unique_ptr<nexhost::ReportFile> report =
       nexhost::ReportFile::open(output, "-o", input, &error);
   if (!report) {
     std::fprintf(stderr, "nexhost: %s\n", error.c_str());
     return kExitUsage;
   }
-  if (!nexhost::addJsonLines(input == "-" ? std::cin : file,
-                             input == "-" ? "standard input" : shown, &report->report(), &error)) {
+  if (!nexhost::addJsonLines(run.stream(), run.name(), &report->report(), &error)) {
     std::fprintf(stderr, "nexhost: invalid run: %s\n", error.c_str());
     return kExitUsage;
   }
@@ -708,6 +699,9 @@ int runNexhost(int argc, char** argv) {
       "exit code 2, naming the line. An existing FILE is replaced only by a complete report;\n"
       "-o - writes it to standard output.\n");
 
+  nexhost::DiffCommand diffOptions;
+  CLI::App* diffCmd = nexhost::addDiffCommand(app, kKinds, &diffOptions);
+
   DecodeOptions decodeOptions;
   CLI::App* decodeCmd = app.add_subcommand(
       "decode", "Decode modem records given as hex, with the same output as a run's modem events.");
@@ -753,6 +747,7 @@ int runNexhost(int argc, char** argv) {
   if (run->parsed()) return runCommand(pluginPath, scenarioFile, runOutput);
   if (reportCmd->parsed()) return reportCommand(reportInput, reportOutput);
   if (decodeCmd->parsed()) return decodeCommand(decodeOptions);
+  if (diffCmd->parsed()) return nexhost::runDiffCommand(diffOptions);
   return liveCommand(pluginPath, live, liveOutput);
 }
 

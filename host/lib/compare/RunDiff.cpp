@@ -195,6 +195,7 @@ DiffResult diffRuns(EventLines& a, EventLines& b, const DiffOptions& options, st
       if (out == nullptr) return result;
     }
     if (out != nullptr) writer.add(step);
+    if (out != nullptr && std::ferror(out) != 0) return result;  // the reader went away
   }
   result.error = aligner.error();
   if (out != nullptr && result.error.empty()) writer.finish(result.differences);

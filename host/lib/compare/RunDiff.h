@@ -70,11 +70,12 @@ class RunAligner {
 
 // Compares two runs saved with --json and prints their differences to `out` in the spirit
 // of diff -u: "--- A" and "+++ B", then each group of differences under "@@ -LINE +LINE @@"
-// (the lines of A and B where it starts), with the equal events around it indented by two
-// spaces, A's events prefixed "-", B's "+", and under a changed event the keys that
-// differ ("    wifi_meas_report.bss_info[0].rssi: -52 -> -60"). Events print as the text
-// output's one-line summary. Past maxShown differences it only counts, and it ends with
-// the count. With `out` null nothing is printed and it stops at the first difference.
+// (the lines of its first difference in A and B), with the equal events around it
+// indented by two spaces, A's events prefixed "-", B's "+", and under a changed event the
+// keys that differ ("wifi_meas_report.bss_info[0].rssi: -52 -> -60"). Events print as the
+// text output's one-line summary. Past maxShown differences it only counts, and it ends
+// with the count. With `out` null nothing is printed and it stops at the first
+// difference; it stops too at the first failed write to `out` (the caller tells why).
 struct DiffResult {
   std::size_t differences = 0;
   std::string error;  // a run could not be read (its name and line)

@@ -1,5 +1,13 @@
 #include "events/EventLines.h"
 
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <iostream>
+
+#include "framework/Modem.h"
+
 namespace nexhost {
 
 namespace {
@@ -58,5 +66,28 @@ bool EventLines::next(Event* event) {
     return true;
   }
 }
+
+bool SavedRun::open(const std::string& path, std::string* error) {
+  standardInput_ = path == "-";
+  name_ = standardInput_ ? "standard input" : printableBytes(path);
+  if (standardInput_) return true;
+  struct stat st;
+  if (::stat(path.c_str(), &st) != 0) {
+    *error = "cannot read " + name_ + ": " + std::strerror(errno);
+    return false;
+  }
+  if (!S_ISREG(st.st_mode)) {
+    *error = name_ + ": not a regular file";
+    return false;
+  }
+  file_.open(path, std::ios::binary);
+  if (!file_) {
+    *error = "cannot read " + name_ + ": " + std::strerror(errno);
+    return false;
+  }
+  return true;
+}
+
+std::istream& SavedRun::stream() { return standardInput_ ? std::cin : file_; }
 
 }  // namespace nexhost

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <fstream>
 #include <istream>
 #include <string>
 
@@ -31,6 +32,22 @@ class EventLines {
   std::string text_;
   long long line_ = 0;
   std::string error_;
+};
+
+// A saved run to read: standard input for "-", else a regular file (a FIFO or a device
+// could be endless, a directory holds no run). Its name is the one errors give: the path
+// in the escape form of every nexhost text, or "standard input".
+class SavedRun {
+ public:
+  // False with a one-line error ("cannot read run.jsonl: No such file or directory").
+  bool open(const std::string& path, std::string* error);
+  std::istream& stream();
+  const std::string& name() const { return name_; }
+
+ private:
+  std::ifstream file_;
+  bool standardInput_ = false;
+  std::string name_;
 };
 
 }  // namespace nexhost
