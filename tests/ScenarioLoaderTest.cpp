@@ -9,7 +9,6 @@
 #include <fstream>
 #include <string>
 
-#include "framework/Modem.h"
 #include "scenario/Scenario.h"
 
 namespace {

@@ -26,12 +26,14 @@
 #include "framework/Plugin.h"
 #include "live/LiveRunner.h"
 #include "live/LiveSupplicant.h"
+#include "modem/Records.h"
 #include "output/OutputFile.h"
 #include "output/StandardOutput.h"
 #include "report/Report.h"
 #include "scenario/Scenario.h"
 #include "scenario/ScenarioRunner.h"
 #include "scenario/SessionRecorder.h"
+#include "text/ByteText.h"
 
 namespace {
 
@@ -137,7 +139,7 @@ void addDocumentationWriters(CLI::App& app) {
            for (int level = 0; level <= 5; ++level) logLevels.push_back(std::to_string(level));
            std::vector<std::string> recordTypes;
            for (const nexhost::RecordKind& kind : nexhost::recordKinds()) {
-             recordTypes.push_back(kind.type);
+             recordTypes.push_back(kind.name);
            }
            std::fputs(nexhost::bashCompletion(app, {{"--only", {kKinds.begin(), kKinds.end()}},
                                                     {"--ignore", {kKinds.begin(), kKinds.end()}},
@@ -282,67 +284,29 @@ struct DecodeOptions {
   std::vector<std::string> records;
 };
 
-std::string knownRecordTypes() {
-  std::string list;
-  for (const nexhost::RecordKind& kind : nexhost::recordKinds()) {
-    list += (list.empty() ? "" : ", ") + std::string(kind.type);
-  }
-  return list;
-}
-
 // For --help: each type with its size, one per line.
 std::string recordTypesTable() {
   std::string table;
   for (const nexhost::RecordKind& kind : nexhost::recordKinds()) {
     char line[80];
-    std::snprintf(line, sizeof line, "  %-28s %5zu\n", kind.type, kind.size);
+    std::snprintf(line, sizeof line, "  %-28s %5zu\n", kind.name, kind.size);
     table += line;
   }
   return table;
 }
 
-// One record, "[TYPE:] HEX", decoded into a modem event; false with the reason otherwise.
-bool decodeRecord(const std::string& line, const std::string& defaultType, nexhost::Event* event,
-                  std::string* error) {
-  std::string type = defaultType;
-  std::string hex = line;
-  const std::size_t colon = line.find(':');
-  if (colon != std::string::npos) {
-    const std::size_t first = line.find_first_not_of(" \t");
-    const std::size_t last = line.find_last_not_of(" \t", colon - 1);
-    type = first < colon ? line.substr(first, last - first + 1) : "";
-    hex = line.substr(colon + 1);
-  }
-  const nexhost::RecordKind* kind = nullptr;
-  if (!type.empty()) {
-    kind = nexhost::recordKindNamed(type);
-    if (kind == nullptr) {
-      *error = "unknown record type \"" + nexhost::printableBytes(type) +
-               "\" (known: " + knownRecordTypes() + ")";
-      return false;
-    }
-  }
-  std::optional<std::vector<uint8_t>> bytes = nexhost::bytesFromHex(hex, error);
-  if (!bytes) return false;
-  if (kind == nullptr) {
-    kind = nexhost::recordKindOfSize(bytes->size());
-    if (kind == nullptr) {
-      *error = std::to_string(bytes->size()) +
-               " bytes is the size of no record; name its type with --type or TYPE:";
-      return false;
-    }
-  }
-  if (bytes->size() != kind->size) {
-    *error = std::to_string(bytes->size()) + " bytes, but a " + kind->type + " record is " +
-             std::to_string(kind->size) + " bytes";
-    return false;
-  }
+// One record, "[TYPE:] HEX", as a modem event; false with the reason otherwise.
+bool decodeRecord(const std::string& line, const nexhost::RecordKind* defaultKind,
+                  nexhost::Event* event, std::string* error) {
+  const std::optional<nexhost::RecordBytes> record =
+      nexhost::readRecordText(line, defaultKind, error);
+  if (!record) return false;
+  const std::vector<uint8_t>& bytes = record->bytes;
   event->time = 0;
   event->kind = "modem";
-  event->data =
-      nexhost::Json{{"message", kind->type},
-                    {"fields", nexhost::decodeMessage(kind->type, bytes->data(), bytes->size())},
-                    {"bytes", nexhost::hexText(bytes->data(), bytes->size())}};
+  event->data = nexhost::Json{{"message", record->kind->name},
+                              {"fields", record->kind->decode(bytes.data(), bytes.size())},
+                              {"bytes", nexhost::hexText(bytes.data(), bytes.size())}};
   return true;
 }
 
@@ -363,10 +327,15 @@ bool readLine(std::FILE* in, std::size_t limit, std::string* line, bool* tooLong
 }
 
 int decodeCommand(const DecodeOptions& options) {
-  if (!options.type.empty() && nexhost::recordKindNamed(options.type) == nullptr) {
-    std::fprintf(stderr, "nexhost: --type: unknown record type \"%s\" (known: %s)\n",
-                 nexhost::printableBytes(options.type).c_str(), knownRecordTypes().c_str());
-    return kExitUsage;
+  const nexhost::RecordKind* defaultKind = nullptr;
+  if (!options.type.empty()) {
+    defaultKind = nexhost::recordKindNamed(options.type);
+    if (defaultKind == nullptr) {
+      std::fprintf(stderr, "nexhost: --type: unknown record type \"%s\" (known: %s)\n",
+                   nexhost::printableBytes(options.type).c_str(),
+                   nexhost::recordKindNames().c_str());
+      return kExitUsage;
+    }
   }
   std::unique_ptr<nexhost::EventPrinter> printer = makePrinter(options.json, noteOutputFailure);
   std::size_t records = 0;
@@ -377,7 +346,7 @@ int decodeCommand(const DecodeOptions& options) {
     nexhost::Event event;
     if (++records > kMaxDecodeRecords) {
       error = "more than " + std::to_string(kMaxDecodeRecords) + " records";
-    } else if (decodeRecord(input, options.type, &event, &error)) {
+    } else if (decodeRecord(input, defaultKind, &event, &error)) {
       printer->print(event);
       return true;
     }

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "framework/Modem.h"
+#include "text/ByteText.h"
 
 namespace nexhost {
 

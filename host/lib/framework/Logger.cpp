@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "framework/Modem.h"
+#include "text/ByteText.h"
 
 namespace nexhost {
 

@@ -13,8 +13,8 @@
 #include <ctime>
 #include <sstream>
 
-#include "framework/Modem.h"
 #include "scenario/SessionRecorder.h"
+#include "text/ByteText.h"
 
 extern char** environ;
 

@@ -3,8 +3,8 @@
 #include <cstdlib>
 
 #include "framework/FilterCommands.h"
-#include "framework/Modem.h"
 #include "framework/Scheduler.h"
+#include "text/ByteText.h"
 
 namespace nexhost {
 

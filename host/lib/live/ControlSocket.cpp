@@ -15,7 +15,7 @@
 #include <cstring>
 #include <ctime>
 
-#include "framework/Modem.h"
+#include "text/ByteText.h"
 #include "live/LiveText.h"
 
 namespace nexhost {

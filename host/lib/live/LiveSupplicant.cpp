@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "framework/FilterCommands.h"
-#include "framework/Modem.h"
+#include "text/ByteText.h"
 
 namespace nexhost {
 

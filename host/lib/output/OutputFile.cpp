@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "framework/Modem.h"
+#include "text/ByteText.h"
 
 namespace nexhost {
 

@@ -15,8 +15,8 @@
 #include <limits>
 
 #include "events/Trace.h"
-#include "framework/Modem.h"
 #include "scenario/Scenario.h"
+#include "text/ByteText.h"
 
 namespace nexhost {
 
@@ -399,18 +399,11 @@ class Node {
   // Hex digit pairs, blanks allowed between pairs (as a modem log prints them).
   std::vector<uint8_t> hex(const std::string& what) const {
     if (!value_.is_string()) fail(what);
-    std::vector<uint8_t> out;
-    const std::string& text = value_.get_ref<const std::string&>();
-    for (std::size_t i = 0; i < text.size(); ++i) {
-      if (std::isspace(static_cast<unsigned char>(text[i]))) continue;
-      if (i + 1 >= text.size() || !std::isxdigit(static_cast<unsigned char>(text[i])) ||
-          !std::isxdigit(static_cast<unsigned char>(text[i + 1]))) {
-        fail(what);
-      }
-      out.push_back(static_cast<uint8_t>(std::stoul(text.substr(i, 2), nullptr, 16)));
-      ++i;
-    }
-    return out;
+    std::string error;
+    std::optional<std::vector<uint8_t>> bytes =
+        bytesFromHex(value_.get_ref<const std::string&>(), &error);
+    if (!bytes) fail(what);
+    return std::move(*bytes);
   }
 
  private:

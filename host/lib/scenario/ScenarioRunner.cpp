@@ -1,7 +1,8 @@
 #include "scenario/ScenarioRunner.h"
 
-#include "framework/Modem.h"
+#include "modem/Records.h"
 #include "scenario/SessionRecorder.h"
+#include "text/ByteText.h"
 
 namespace nexhost {
 

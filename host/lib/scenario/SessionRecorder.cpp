@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "framework/Modem.h"
+#include "text/ByteText.h"
 
 namespace nexhost {
 
