@@ -57,6 +57,7 @@ struct StoredBss {
   bool hasFrequency = false;
   std::string_view band;
   std::string_view ssidBssid;
+  mutable uint64_t lastFilterRun = 0;  // the last filter that reached it
 };
 
 class WifiScanResult;
@@ -276,4 +277,5 @@ class WifiScanResult {
   mutable ScanKeyArena keys_;
   std::string keyScratch_;          // where a key to look up is built
   std::vector<KeyedLine> matches_;  // one filter's lines, by ssid&bssid, first reached wins
+  uint64_t filterRuns_ = 0;         // filters run on this store, the current one included
 };

@@ -1,5 +1,6 @@
 #include "WifiInfoProvider.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -12,27 +13,30 @@ namespace {
 
 constexpr unsigned int kReplyBufferSize = 4096;
 
-// A zeroed reply buffer with room for 4095 characters and the terminator.
+// A reply buffer with room for 4095 characters and the terminator. It is not zeroed: a
+// query costs the host's reply, not 4 KiB of zeros. Whatever the host does, the text ends
+// where the host says it wrote up to, and a failed command reads as an empty text.
 struct ReplyBuffer {
   char text[kReplyBufferSize];
-  unsigned int length;
-  ReplyBuffer() : length(kReplyBufferSize - 1) { std::memset(text, 0, sizeof text); }
+  unsigned int length = kReplyBufferSize - 1;
+  ReplyBuffer() { text[0] = '\0'; }
+  bool end(int ok) {
+    text[ok == 0 ? 0 : std::min(length, kReplyBufferSize - 1)] = '\0';
+    return ok != 0;
+  }
 };
 
 // The host takes the command by value: a command built for one query is handed over, not
 // copied.
 bool sendTo(NexSupplicantWrapper* supplicant, std::string command, ReplyBuffer& reply) {
-  const int ok = supplicant->sendCommandToSupplicant(std::move(command), reply.text, &reply.length);
-  reply.text[kReplyBufferSize - 1] = '\0';  // whatever the host wrote, the text ends here
-  return ok != 0;
+  return reply.end(
+      supplicant->sendCommandToSupplicant(std::move(command), reply.text, &reply.length));
 }
 
 bool sendTo(NexSupplicantWrapper* supplicant, std::string command, ReplyBuffer& reply,
             supplicantType_t type) {
-  const int ok =
-      supplicant->sendCommandToSupplicant(std::move(command), reply.text, &reply.length, type);
-  reply.text[kReplyBufferSize - 1] = '\0';
-  return ok != 0;
+  return reply.end(
+      supplicant->sendCommandToSupplicant(std::move(command), reply.text, &reply.length, type));
 }
 
 WifiStatus unknownStationStatus() {

@@ -256,6 +256,8 @@ WifiScanResult& WifiScanResult::operator=(WifiScanResult&& other) noexcept {
   moveOut(lines_, other.lines_);
   lineCount_ = other.lineCount_;
   other.lineCount_ = 0;
+  // The lines' marks stay below every later filter of this store.
+  filterRuns_ = std::max(filterRuns_, other.filterRuns_);
   moveOut(spareGroups_, other.spareGroups_);
   keys_ = std::move(other.keys_);
   other.keys_.clear();
@@ -297,6 +299,7 @@ void WifiScanResult::addLine(std::string_view bssid, std::string_view freq, int1
   if (lineCount_ == lines_.size()) lines_.push_back(std::make_unique<StoredBss>());
   StoredBss& line = *lines_[lineCount_];
   line.order = lineCount_++;
+  line.lastFilterRun = 0;
   // Assigned, so that a kept line's texts reuse their memory.
   BssidInfo& info = line.info;
   info.ssid.assign(ssid.data(), ssid.size());
@@ -364,8 +367,12 @@ void WifiScanResult::filterChannel(RequestFilter& filter, uint16_t channel) {
   // those are kept; whether the filter reached any line at all still counts.
   bool reached = false;
   matches_.clear();
+  ++filterRuns_;
   filterFreqAndBssid(filter, channel, channelText, [&](const StoredBss& line) {
     reached = true;
+    // A line reached again, through its other key, is already decided.
+    if (line.lastFilterRun == filterRuns_) return;
+    line.lastFilterRun = filterRuns_;
     if (filter.anySsid || withinPrefixRange(line.ssidBssid, filter.ssid)) addMatch(line);
   });
   filterSsid(filter, reached);
