@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -20,6 +22,8 @@
 #include "DiffCommand.h"
 #include "Manual.h"
 #include "NexhostVersion.h"
+#include "Progress.h"
+#include "UsageError.h"
 #include "events/EventLines.h"
 #include "events/EventPrinter.h"
 #include "framework/Host.h"
@@ -44,11 +48,16 @@ constexpr int kExitUsage = 2;
 // The handset's hostapd control directory, as the plug-in names it in its command lines.
 constexpr const char* kHandsetHostapdCtrl = "/data/vendor/wifi/hostapd/ctrl";
 
+// The plug-in's log levels by name (--log-level takes either). 5 prints none.
+const std::vector<std::pair<std::string, int>> kLogLevels = {
+    {"trace", 0}, {"debug", 1}, {"info", 2}, {"warn", 3}, {"error", 4}, {"none", 5}};
+
 const std::set<std::string> kKinds = {"step",    "result", "modem",  "supplicant",
                                       "hostapd", "timer",  "engine", "log"};
 
 struct OutputOptions {
   bool json = false;
+  bool quiet = false;
   int logLevel = 3;
   std::vector<std::string> only;
   std::string report;
@@ -136,7 +145,7 @@ void addDocumentationWriters(CLI::App& app) {
          "--help-completion",
          [&app] {
            std::vector<std::string> logLevels;
-           for (int level = 0; level <= 5; ++level) logLevels.push_back(std::to_string(level));
+           for (const auto& level : kLogLevels) logLevels.push_back(level.first);
            std::vector<std::string> recordTypes;
            for (const nexhost::RecordKind& kind : nexhost::recordKinds()) {
              recordTypes.push_back(kind.name);
@@ -157,13 +166,41 @@ void addOutputOptions(CLI::App* command, OutputOptions* out) {
       "--json", out->json,
       "JSON Lines: one object per event with \"time\", \"kind\" and the event's keys (a "
       "modem event's \"bytes\" is the record in hex)");
+  command->add_flag("-q,--quiet", out->quiet,
+                    "print no events (errors still print; --report is still written)");
   command
       ->add_option("--log-level", out->logLevel,
-                   "print plug-in log lines at or above this level (0 trace .. 4 error; 5 none)")
+                   "print plug-in log lines at or above this level: trace (0, parameter dumps "
+                   "and entry traces), debug (1), info (2), warn (3), error (4) or none (5)")
+      ->type_name("LEVEL")
+      ->transform(CLI::Validator(
+          [](std::string& value) {
+            std::string lower = value;
+            std::transform(lower.begin(), lower.end(), lower.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+            for (const auto& [name, level] : kLogLevels) {
+              if (lower == name) value = std::to_string(level);
+            }
+            if (value.empty() || value.find_first_not_of("0123456789") != std::string::npos) {
+              return "expected trace, debug, info, warn, error, none or 0 to 5, got \"" +
+                     value + "\"";
+            }
+            return std::string();
+          },
+          ""))
       ->check(CLI::Range(0, 5))
       ->capture_default_str();
-  command->add_option("--only", out->only, "print only these kinds of event")
+  command->add_option("--only", out->only, "print only these kinds of event (KIND,KIND,...)")
       ->delimiter(',')
+      ->transform(CLI::Validator(
+          [](std::string& value) {  // "modem, step": the blank after a comma is no part of it
+            const std::size_t first = value.find_first_not_of(" \t");
+            value = first == std::string::npos
+                        ? ""
+                        : value.substr(first, value.find_last_not_of(" \t") - first + 1);
+            return std::string();
+          },
+          ""))
       ->check(CLI::IsMember(kKinds));
   command
       ->add_option("--report", out->report,
@@ -214,6 +251,7 @@ struct Session {
   std::unique_ptr<nexhost::Plugin> plugin;
   std::unique_ptr<nexhost::EventPrinter> printer;
   std::unique_ptr<nexhost::ReportFile> report;
+  std::unique_ptr<nexhost::Progress> progress;  // a replay's, on a terminal
 };
 
 // --report: the file is opened before anything runs, so that a path that cannot be
@@ -227,16 +265,18 @@ bool openReport(const OutputOptions& out, const std::string& source, Session* se
 }
 
 // The report takes every event as it happens, beside the printer (which filters its own).
-void attachReport(nexhost::Trace& trace, Session* session) {
+void attachSession(nexhost::Trace& trace, Session* session) {
   trace.setObserver(
       [](const nexhost::Event& e, void* context) {
         auto* s = static_cast<Session*>(context);
+        // The progress line steps aside for what prints, and comes back below it.
+        if (s->progress && s->printer->prints(e.kind)) s->progress->clear();
         s->printer->print(e);
-        s->report->add(e);
+        if (s->report) s->report->add(e);
+        if (s->progress) s->progress->at(e.time);
       },
       session);
 }
-
 // Writes the report once the run has ended, whatever its outcome.
 int finishReport(Session& session, int status) {
   std::string error;
@@ -377,8 +417,8 @@ bool startSession(nexhost::Host& host, const std::string& pluginPath, const Outp
                   void (*onOutputFailure)(int), Session* session) {
   session->printer = makePrinter(out.json, onOutputFailure);
   session->printer->setKinds(std::set<std::string>(out.only.begin(), out.only.end()));
-  session->printer->attach(host.trace);
-  if (session->report) attachReport(host.trace, session);
+  session->printer->setSilent(out.quiet);
+  attachSession(host.trace, session);
   host.logger.setTraceLevel(out.logLevel);
   std::string error;
   session->plugin = nexhost::Plugin::load(pluginPath, &error);
@@ -405,8 +445,10 @@ int runCommand(const std::string& pluginPath, const std::string& file, const Out
   nexhost::applyPeers(host, scenario.peers);
   if (!startSession(host, pluginPath, out, noteOutputFailure, &session)) return kExitFailure;
   session.printer->setFlushEachEvent(false);
+  session.progress = std::make_unique<nexhost::Progress>(scenario.end(), !out.json);
   // A run whose output fails still runs to its end: the report shows all of it.
   nexhost::runScenario(host, *session.plugin->manager(), scenario);
+  session.progress.reset();
   return finishReport(session, kExitOk);
 }
 
@@ -710,7 +752,9 @@ int runNexhost(int argc, char** argv) {
   } catch (const CLI::Success& e) {  // --help-man, --help-completion: written already
     return kExitOk;
   } catch (const CLI::ParseError& e) {
-    app.exit(e);
+    std::fprintf(
+        stderr, "%s\n",
+        nexhost::usageError(app, std::vector<std::string>(argv + 1, argv + argc), e).c_str());
     return kExitUsage;
   }
   if (run->parsed()) return runCommand(pluginPath, scenarioFile, runOutput);

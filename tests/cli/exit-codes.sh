@@ -15,6 +15,7 @@ expect() {  # expect CODE STDERR-FRAGMENT -- ARGS...
   local got=$?
   [ "$got" -eq "$code" ] || fail "nexhost $*: exit $got, expected $code ($(cat "$err"))"
   grep -qF -- "$fragment" "$err" || fail "nexhost $*: stderr lacks '$fragment': $(cat "$err")"
+  ! grep -v '^nexhost: ' "$err" >&2 || fail "nexhost $*: an error line without \"nexhost: \""
   if [ "$code" -eq 2 ]; then
     [ ! -s "$out" ] || fail "nexhost $*: printed output although nothing may run"
     if grep -q "invalid scenario" "$err"; then
@@ -28,7 +29,15 @@ expect 2 "$data/bad-channel.json: steps[1].start.networks[0].bssids[0].channels[
   run "$data/bad-channel.json"
 expect 2 "$data/bad-syntax.json: line 4, column 3: expected valid JSON" -- run "$data/bad-syntax.json"
 expect 2 "no-such.json: cannot read the file" -- run "$data/no-such.json"
-expect 2 "SCENARIO is required" -- run
+expect 2 "nexhost: run: SCENARIO is required (see nexhost run --help)" -- run
+# Command-line mistakes: one line, what is wrong, the likely intent, where help is.
+expect 2 'nexhost: unknown command "rnu"; did you mean "run"? (see nexhost --help)' -- rnu x.json
+expect 2 'nexhost: run: unknown option --josn; did you mean "--json"?' -- run --josn x.json
+expect 2 'nexhost: live: unknown option --sta-sock; did you mean "--sta-socket"?' -- \
+  live --sta-sock /tmp/x
+expect 2 "nexhost: a command is required: run, live, report or decode" --
+expect 2 'expected trace, debug, info, warn, error, none or 0 to 5, got "loud"' -- \
+  run --log-level loud "$data/empty.json"
 expect 2 "--bssid: expected a BSSID" -- live --ssid any --bssid 02:00
 expect 1 "cannot reach wpa_supplicant at /tmp/nexhost-no-such-dir/wlan0: No such file or directory" -- \
   live --sta-socket /tmp/nexhost-no-such-dir/wlan0 --ssid any

@@ -170,7 +170,7 @@ std::string EventPrinter::jsonLine(const Event& event) {
 }
 
 void EventPrinter::print(const Event& event) {
-  if (!kinds_.empty() && kinds_.count(event.kind) == 0) return;
+  if (!prints(event.kind)) return;
   const std::string text = format_ == Format::kText ? EventPrinter::text(event) : jsonLine(event);
   if (writeError_ != 0) return;
   errno = 0;

@@ -19,6 +19,12 @@ class EventPrinter {
 
   // Print only these kinds; empty prints every kind.
   void setKinds(std::set<std::string> kinds) { kinds_ = std::move(kinds); }
+  // Print nothing at all (nexhost -q: a run for its report).
+  void setSilent(bool silent) { silent_ = silent; }
+  // Whether an event of this kind prints.
+  bool prints(const std::string& kind) const {
+    return !silent_ && (kinds_.empty() || kinds_.count(kind) != 0);
+  }
   // Flush after each event (the default: a live run's events show when they happen). A
   // replay runs as fast as it can and lets stdio buffer: a write per event would be most
   // of its cost.
@@ -41,6 +47,7 @@ class EventPrinter {
   std::FILE* out_;
   Format format_;
   std::set<std::string> kinds_;
+  bool silent_ = false;
   bool flushEachEvent_ = true;
   int writeError_ = 0;
   void (*onFailure_)(int error) = nullptr;
