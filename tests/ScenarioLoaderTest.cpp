@@ -147,7 +147,8 @@ TEST(ScenarioLoaderTest, RefusesHostileFilesInOneLine) {
        "peers.supplicant.sta", "expected an object of at most 10000 members"},
       {"a missing scenario", "/tmp/nexhost-no-such-scenario.json", "", "",
        "cannot read the file: No such file or directory"},
-      {"a FIFO as the scenario", dir + "/fifo", "", "", "not a regular file (a FIFO)"},
+      {"a directory as the scenario (pipes are read: tests/cli/habits.sh)", dir, "", "",
+       "not a regular file or pipe (a directory)"},
       {"a scenario past its cap", dir + "/huge.json", "", "", "larger than 16 MiB"},
   };
   for (const Case& c : cases) {

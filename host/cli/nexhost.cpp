@@ -182,8 +182,8 @@ void addOutputOptions(CLI::App* command, OutputOptions* out) {
               if (lower == name) value = std::to_string(level);
             }
             if (value.empty() || value.find_first_not_of("0123456789") != std::string::npos) {
-              return "expected trace, debug, info, warn, error, none or 0 to 5, got \"" +
-                     value + "\"";
+              return "expected trace, debug, info, warn, error, none or 0 to 5, got \"" + value +
+                     "\"";
             }
             return std::string();
           },
@@ -577,7 +577,8 @@ int runNexhost(int argc, char** argv) {
   std::string scenarioFile;
   CLI::App* run = app.add_subcommand(
       "run", "Replay a scenario on a virtual clock with scripted peers and print what happens.");
-  run->add_option("SCENARIO", scenarioFile, "the scenario file (JSON)")
+  run->add_option("SCENARIO", scenarioFile,
+                  "the scenario file (JSON; - for standard input, or a pipe)")
       ->type_name("FILE")
       ->required();
   addOutputOptions(run, &runOutput);

@@ -35,7 +35,7 @@ expect 2 'nexhost: unknown command "rnu"; did you mean "run"? (see nexhost --hel
 expect 2 'nexhost: run: unknown option --josn; did you mean "--json"?' -- run --josn x.json
 expect 2 'nexhost: live: unknown option --sta-sock; did you mean "--sta-socket"?' -- \
   live --sta-sock /tmp/x
-expect 2 "nexhost: a command is required: run, live, report or decode" --
+expect 2 "nexhost: a command is required: run, live, report, diff or decode" --
 expect 2 'expected trace, debug, info, warn, error, none or 0 to 5, got "loud"' -- \
   run --log-level loud "$data/empty.json"
 expect 2 "--bssid: expected a BSSID" -- live --ssid any --bssid 02:00
@@ -63,7 +63,7 @@ echo '{"peers": {"supplicant": {"sta": {"STATUS": {"reply_file": "fifo"}}}}, "st
 expect 2 "huge-number.json: line 1, column 24: expected a number from -1.8e308 to 1.8e308, got 1e400" -- \
   run "$scratch/huge-number.json"
 expect 2 "huge-number.json: line 1, column 24" -- live --scenario "$scratch/huge-number.json"
-expect 2 "$scratch: cannot read the file: not a regular file (a directory)" -- run "$scratch"
+expect 2 "$scratch: cannot read the file: not a regular file or pipe (a directory)" -- run "$scratch"
 expect 2 "peers.supplicant.sta.STATUS.reply_file: expected a readable regular file" -- \
   run "$scratch/fifo-reply.json"
 echo "exit codes ok"

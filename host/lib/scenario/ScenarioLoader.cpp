@@ -15,6 +15,7 @@
 #include <limits>
 
 #include "events/Trace.h"
+#include "io/InputFile.h"
 #include "scenario/Scenario.h"
 #include "text/ByteText.h"
 
@@ -1035,11 +1036,10 @@ Scenario parseScenario(const std::string& text, const std::string& name,
 }
 
 Scenario loadScenario(const std::string& path) {
-  std::string text;
-  const std::string problem = readRegularFile(path, limits::kFileBytes, &text);
-  if (!problem.empty()) throw ScenarioError(path, "", "cannot read the file: " + problem);
-  const std::size_t slash = path.rfind('/');
-  return parseScenario(text, path, slash == std::string::npos ? "." : path.substr(0, slash));
+  InputFile file;  // "-", a pipe or process substitution too: a scenario is read once
+  const std::string problem = readInputFile(path, limits::kFileBytes, &file);
+  if (!problem.empty()) throw ScenarioError(file.name, "", "cannot read the file: " + problem);
+  return parseScenario(file.text, file.name, file.directory);
 }
 
 ScenarioStep measurementStep(const MeasurementOptions& options) {
