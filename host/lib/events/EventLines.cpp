@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "framework/Modem.h"
+#include "text/ByteText.h"
 
 namespace nexhost {
 
