@@ -2,9 +2,10 @@
 // Loads nexhost reports in headless Chromium (DevTools protocol over a pipe, no packages)
 // and checks each: no console error or uncaught exception, every chart holds as many
 // points per series as the run's JSON Lines say, the timeline lists every event, filters
-// by kind and expands a modem message into its fields. Saves a screenshot of each.
+// by kind, tells each event with the text output's line for it, and expands a modem
+// message into its fields. Saves a screenshot of each.
 //
-//   node browser-check.js CHROMIUM SCREENSHOT_DIR REPORT.html=RUN.jsonl...
+//   node browser-check.js CHROMIUM SCREENSHOT_DIR REPORT.html=RUN.jsonl=RUN.txt...
 const { spawn } = require('child_process');
 const fs = require('fs');
 const os = require('os');
@@ -150,7 +151,14 @@ function startBrowser() {
   };
 }
 
-async function checkReport(browser, html, events) {
+// The text output's line of each event, "TIME KIND LINE" (the time and kind columns
+// trimmed); the indented field blocks under some events are not event lines.
+function textLines(text) {
+  return text.split('\n').filter((l) => /^ *-?\d+ /.test(l))
+    .map((l) => [l.slice(0, 6).trim(), l.slice(7, 17).trim(), l.slice(18)].join(' '));
+}
+
+async function checkReport(browser, html, events, text) {
   const problems = [];
   const { targetId } = await browser.send('Target.createTarget', { url: 'about:blank' });
   const { sessionId } = await browser.send('Target.attachToTarget', { targetId, flatten: true });
@@ -204,6 +212,21 @@ async function checkReport(browser, html, events) {
   if (!String(listed).startsWith(events.length + ' of ' + events.length + ' events')) {
     problems.push('timeline: "' + listed + '", expected ' + events.length + ' events');
   }
+  // Every event drawn, each told with the text output's own line for it.
+  const shown = await evaluate(`(() => {
+      const more = document.getElementById('more');
+      while (!more.hidden) more.click();
+      return [...document.querySelectorAll('#timeline-rows summary')].map((s) =>
+        [s.querySelector('.t').textContent, s.querySelector('.k').textContent,
+         s.querySelector('.line').textContent].join(' '));
+    })()`);
+  const expectedLines = textLines(text);
+  if (JSON.stringify(shown) !== JSON.stringify(expectedLines)) {
+    const at = expectedLines.findIndex((l, i) => shown[i] !== l);
+    problems.push('timeline line ' + at + ': "' + shown[at] + '", the text output has "' +
+                  expectedLines[at] + '" (' + shown.length + ' lines, expected ' +
+                  expectedLines.length + ')');
+  }
   // Only modem messages, then the first one opened: its decoded fields appear.
   const modem = events.filter((e) => e.kind === 'modem');
   const filtered = await evaluate(`(() => {
@@ -239,10 +262,10 @@ async function checkReport(browser, html, events) {
   let failed = false;
   try {
     for (const pair of pairs) {
-      const [html, jsonl] = pair.split('=');
+      const [html, jsonl, txt] = pair.split('=');
       const events = fs.readFileSync(jsonl, 'utf8').split('\n').filter((l) => l.trim())
                        .map((l) => JSON.parse(l));
-      const problems = await checkReport(browser, html, events);
+      const problems = await checkReport(browser, html, events, fs.readFileSync(txt, 'utf8'));
       console.log((problems.length ? 'FAIL ' : 'ok   ') + html);
       for (const p of problems) console.log('     ' + p);
       failed = failed || problems.length > 0;

@@ -19,6 +19,7 @@ pairs=()
 for example in "$@"; do
   name=$(basename "$example" .json)
   "$nexhost" run --json --report "$out/$name.html" "$example" >"$out/$name.jsonl"
+  "$nexhost" run "$example" >"$out/$name.txt"
   "$nexhost" report "$out/$name.jsonl" -o "$out/$name.saved.html"
   # The pages differ only in the source they name.
   if ! cmp -s <(sed 's/"source":"[^"]*"//' "$out/$name.html") \
@@ -26,6 +27,6 @@ for example in "$@"; do
     echo "FAIL $name: the report of the saved run differs from the run's own report"
     exit 1
   fi
-  pairs+=("$out/$name.html=$out/$name.jsonl")
+  pairs+=("$out/$name.html=$out/$name.jsonl=$out/$name.txt")
 done
 exec node "$here/browser-check.js" chromium "$out" "${pairs[@]}"

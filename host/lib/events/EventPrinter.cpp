@@ -102,7 +102,7 @@ std::string keyValues(const Json& d, const char* skip) {
   return text;
 }
 
-std::string summary(const Event& e, const Json** details) {
+std::string summaryOf(const Event& e, const Json** details) {
   const Json& d = e.data;
   *details = nullptr;
   if (e.kind == "modem") {
@@ -158,9 +158,14 @@ std::string EventPrinter::text(const Event& event) {
   const Json* details = nullptr;
   char head[32];
   std::snprintf(head, sizeof head, "%6lld %-10s ", event.time, event.kind.c_str());
-  std::string out = head + summary(event, &details) + "\n";
+  std::string out = head + summaryOf(event, &details) + "\n";
   if (details != nullptr && details->is_object()) block(*details, kBlockIndent, "", &out);
   return out;
+}
+
+std::string EventPrinter::summary(const Event& event) {
+  const Json* details = nullptr;
+  return summaryOf(event, &details);
 }
 
 std::string EventPrinter::jsonLine(const Event& event) {

@@ -41,6 +41,9 @@ class EventPrinter {
   void attach(Trace& trace);
 
   static std::string text(const Event& event);
+  // The event's one line as text() prints it, past its time and kind columns: every view
+  // of a run (the text output, the report's timeline) tells an event with this line.
+  static std::string summary(const Event& event);
   static std::string jsonLine(const Event& event);
 
  private:

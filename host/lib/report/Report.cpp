@@ -374,8 +374,11 @@ void RunReport::onModem(const Event& event) {
 }
 
 void RunReport::keepInTimeline(const Event& event) {
-  std::string line = EventPrinter::jsonLine(event);
-  line.pop_back();  // the newline
+  // [the event's line as the text output prints it, the event]: the page shows the line
+  // and never tells an event in words of its own.
+  std::string object = EventPrinter::jsonLine(event);
+  object.pop_back();  // the newline
+  std::string line = "[" + dump(Json(EventPrinter::summary(event))) + "," + object + "]";
   const std::size_t half = limits_.timelineBytes / 2;
   if (!headFull_ && timelineHead_.size() + line.size() + 1 <= half) {
     timelineHead_ += (timelineHead_.empty() ? "" : ",") + line;

@@ -4,7 +4,11 @@
 // timeline. Each chart's element carries data-points, the points it holds per series.
 (function () {
   const data = JSON.parse(document.getElementById('report-data').textContent);
-  const events = JSON.parse(document.getElementById('report-timeline').textContent);
+  // Each event comes with its line as nexhost's text output prints it: the page shows that
+  // line and never tells an event in words of its own.
+  const timeline = JSON.parse(document.getElementById('report-timeline').textContent);
+  const lines = timeline.map((entry) => entry[0]);
+  const events = timeline.map((entry) => entry[1]);
   const kindOrder = ['step', 'result', 'modem', 'supplicant', 'hostapd', 'timer', 'engine', 'log'];
   const pageSize = 500;
 
@@ -185,51 +189,6 @@
 
   // ---- Timeline
 
-  function summary(e) {
-    switch (e.kind) {
-      case 'modem': {
-        let s = e.message + '  client ' + e.client;
-        const f = e.fields || {};
-        if (e.message === 'wifi_meas_report') {
-          s += '  id ' + f.wifi_meas_id + ' report ' + f.report_id + ' ' + json(f.ssid) + ' ' +
-               (f.bss_info || []).map((b) => b.bssid + ' ' + b.rssi + ' dBm').join(', ');
-        } else if (e.message === 'wqe_profile_quality_status') {
-          s += '  profile ' + f.profile_type + ' quality ' + (f.quality_status ? 'not met' : 'met') +
-               (f.reason_valid ? ' reason ' + f.reason : '');
-        } else if (e.message === 'wlan_available') {
-          s += '  type ' + f.connection_type + ' link ' + f.link_status + ' ' + json(f.ssid);
-        } else if (e.message === 'notify_data_settings') {
-          s += '  wifi ' + (f.wifi_state ? 'on' : 'off');
-        }
-        return s;
-      }
-      case 'step':
-        return e.action + (e.client !== undefined ? '  client ' + e.client : '') +
-               (e.on !== undefined ? (e.on ? ' on' : ' off') : '') + (e.to ? '  to ' + e.to : '');
-      case 'result':
-        return e.operation + ' ' + e.wifi_meas_id + ' -> ' + (e.accepted ? 'accepted' : 'refused');
-      case 'supplicant':
-        if (e.command !== undefined) {
-          return e.interface + ' ' + json(e.command) + ' -> ' + (e.ok ? 'ok' : 'failed') +
-                 (e.error ? ' (' + e.error + ')' : '') +
-                 (e.rssi !== undefined ? ', RSSI ' + e.rssi : '');
-        }
-        break;
-      case 'hostapd':
-        return e.command_line + ' -> exit ' + e.exit_code;
-      case 'timer':
-        return e.action === 'add' ? 'add #' + e.id + ' every ' + e.period : 'remove #' + e.id;
-      case 'log':
-        return '[' + e.level + '] ' + e.module + ' ' + e.text;
-      default:
-        break;
-    }
-    const rest = Object.assign({}, e);
-    delete rest.time;
-    delete rest.kind;
-    return json(rest);
-  }
-
   // Decoded fields as nested tables, keys on the left.
   function fieldTable(value) {
     if (value === null || typeof value !== 'object') return document.createTextNode(json(value));
@@ -250,12 +209,12 @@
     return table;
   }
 
-  function eventRow(e) {
+  function eventRow(e, line) {
     const row = element('details', 'event kind-' + e.kind);
     const head = element('summary');
     head.appendChild(element('span', 't', String(e.time)));
     head.appendChild(element('span', 'k', e.kind));
-    head.appendChild(document.createTextNode(summary(e)));
+    head.appendChild(element('span', 'line', line));
     row.appendChild(head);
     // Built when opened: a long timeline stays light.
     row.addEventListener('toggle', () => {
@@ -301,7 +260,9 @@
     function drawMore() {
       const end = Math.min(matching.length, drawn + pageSize);
       const fragment = document.createDocumentFragment();
-      for (; drawn < end; drawn++) fragment.appendChild(eventRow(events[matching[drawn]]));
+      for (; drawn < end; drawn++) {
+        fragment.appendChild(eventRow(events[matching[drawn]], lines[matching[drawn]]));
+      }
       rows.appendChild(fragment);
       more.hidden = drawn >= matching.length;
       count.textContent = matching.length + ' of ' + events.length + ' events' +
@@ -317,7 +278,7 @@
       events.forEach((e, i) => {
         if (!shown[e.kind]) return;
         if (needle) {
-          if (texts[i] === undefined) texts[i] = json(e).toLowerCase();
+          if (texts[i] === undefined) texts[i] = (lines[i] + ' ' + json(e)).toLowerCase();
           if (texts[i].indexOf(needle) < 0) return;
         }
         matching.push(i);
