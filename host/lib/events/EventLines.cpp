@@ -6,7 +6,6 @@
 #include <cstring>
 #include <iostream>
 
-#include "framework/Modem.h"
 #include "text/ByteText.h"
 
 namespace nexhost {
