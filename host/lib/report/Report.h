@@ -11,40 +11,9 @@
 
 #include "events/Trace.h"
 #include "output/OutputFile.h"
+#include "report/RunModel.h"
 
 namespace nexhost {
-
-// One time chart: rows of a time and one value per series (none where a series has no
-// point at that time), as the page's chart library takes them. Past `maxRows` rows it
-// keeps every second row, and from then on every second new one, so that a long run
-// keeps an even sample of its whole length in bounded memory.
-class ReportChart {
- public:
-  explicit ReportChart(std::size_t maxRows) : maxRows_(maxRows < 2 ? 2 : maxRows) {}
-
-  // The series' index; a label seen for the first time adds a series with these
-  // display options (the chart library's per-series options).
-  std::size_t series(const std::string& label, const Json& options = Json::object());
-  void add(long long time, std::size_t series, double value);
-  // {"labels": ["time", ...], "series": {label: options}, "rows": [[time, value|null, ...]],
-  //  "stride": 1}: stride n means one row in n was kept.
-  Json toJson() const;
-
- private:
-  struct Row {
-    long long time;
-    std::vector<std::optional<double>> values;
-  };
-  void closeRow();
-
-  std::size_t maxRows_;
-  std::vector<std::string> labels_;
-  Json options_ = Json::object();
-  std::vector<Row> rows_;
-  std::optional<Row> open_;  // the row points at the same time go into
-  std::size_t made_ = 0;     // rows made so far, kept or not
-  std::size_t stride_ = 1;
-};
 
 // A one-file HTML report of a run, built from its events as they happen. Per raw
 // measurement: the sampled RSSI, its running average (folded as the plug-in does, with
@@ -74,35 +43,10 @@ class RunReport {
   void write(std::FILE* out, const std::string& source);
 
  private:
-  struct Measurement;
-  struct Profile;
-  struct PendingStart {
-    int client = 0;
-    Json indication;
-    std::vector<std::pair<long long, long long>> timers;  // id, period
-  };
-  struct PendingPoll {
-    long long time;
-    int16_t rssi;
-  };
-
-  void onStep(const Event& event);
-  void onModem(const Event& event);
-  void onSupplicant(const Event& event);
-  void onStarted(long long time, bool accepted);
-  // A successful SIGNAL_POLL is a sample unless a STATUS follows it (a status query).
-  void settlePoll();
-  void takeSample(long long time, std::optional<int16_t> rssi);
-  Measurement* activeMeasurement(int client, long long id);
-  Profile* profile(long long type);
   void keepInTimeline(const Event& event);
 
   Limits limits_;
-  std::vector<std::unique_ptr<Measurement>> measurements_;
-  std::vector<std::unique_ptr<Profile>> profiles_;
-  std::optional<PendingStart> pendingStart_;
-  std::optional<PendingPoll> pendingPoll_;
-  std::size_t chartsRefused_ = 0;
+  RunModel model_;
   long long firstTime_ = 0;
   long long lastTime_ = 0;
   std::size_t events_ = 0;

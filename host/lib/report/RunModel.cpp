@@ -1,0 +1,319 @@
+#include "report/RunModel.h"
+
+#include <algorithm>
+#include <deque>
+
+namespace nexhost {
+
+namespace {
+
+constexpr float kDefaultAlpha = 0.5f;
+constexpr long long kDefaultSamplingPeriod = 2;
+constexpr unsigned kBssLoadReported = 4;  // reported_params bit
+
+const char* connectionTypeName(long long type) {
+  switch (type) {
+    case 0:
+      return "P2P group owner link";
+    case 1:
+      return "P2P client link";
+    case 2:
+      return "station link";
+    case 3:
+      return "soft AP link";
+    default:
+      return "other link";
+  }
+}
+
+long long integer(const Json& object, const char* key, long long fallback = 0) {
+  if (!object.is_object()) return fallback;
+  auto it = object.find(key);
+  return it != object.end() && it->is_number() ? it->get<long long>() : fallback;
+}
+
+std::string text(const Json& object, const char* key) {
+  if (!object.is_object()) return "";
+  auto it = object.find(key);
+  return it != object.end() && it->is_string() ? it->get<std::string>() : "";
+}
+
+}  // namespace
+
+struct RunModel::Measurement {
+  explicit Measurement(std::size_t rows) : chart(rows) {}
+  int client = 0;
+  long long id = 0;
+  bool connected = false;
+  bool active = true;
+  long long started = 0;
+  std::optional<long long> stopped;
+  Json request;
+  // Connected mode: the sampling timer's schedule and the running average.
+  float alpha = kDefaultAlpha;
+  long long samplingPeriod = kDefaultSamplingPeriod;
+  long long nextSample = 0;
+  bool sampled = false;
+  int16_t average = 0;
+  ReportChart chart;
+};
+
+struct RunModel::Profile {
+  explicit Profile(std::size_t rows) : chart(rows) {}
+  long long type = 0;
+  ReportChart chart;
+  std::deque<Json> availability;
+  std::size_t availabilityLeftOut = 0;
+};
+
+RunModel::RunModel(Limits limits) : limits_(limits) {}
+RunModel::~RunModel() = default;
+
+void RunModel::add(const Event& event) {
+  if (event.kind == "supplicant") {
+    onSupplicant(event);
+    return;
+  }
+  if (event.kind == "log" || event.kind == "engine" || event.kind == "hostapd") return;
+  settlePoll();
+  if (event.kind == "step") {
+    onStep(event);
+  } else if (event.kind == "timer") {
+    if (pendingStart_ && text(event.data, "action") == "add") {
+      pendingStart_->timers.emplace_back(integer(event.data, "id"), integer(event.data, "period"));
+    }
+  } else if (event.kind == "result") {
+    if (text(event.data, "operation") == "startWifiMeasurement") {
+      onStarted(event.time, event.data.value("accepted", false));
+    }
+  } else if (event.kind == "modem") {
+    onModem(event);
+  }
+}
+
+void RunModel::onStep(const Event& event) {
+  const std::string action = text(event.data, "action");
+  const int client = static_cast<int>(integer(event.data, "client"));
+  const Json indication = event.data.value("indication", Json::object());
+  if (action == "start") {
+    pendingStart_ = PendingStart{client, indication, {}};
+  } else if (action == "stop" || action == "stop_all") {
+    for (auto& m : measurements_) {
+      if (m->active && m->client == client &&
+          (action == "stop_all" || m->id == integer(indication, "wifi_meas_id", -1))) {
+        m->active = false;
+        m->stopped = event.time;
+      }
+    }
+  } else if (action == "create_default_profile") {
+    profile(0);
+  } else if (action == "set_wqe_profile" && indication.contains("profiles")) {
+    for (const Json& p : indication["profiles"]) {
+      if (p.is_number()) profile(p.get<long long>());
+    }
+  }
+}
+
+void RunModel::onStarted(long long time, bool accepted) {
+  std::optional<PendingStart> start = std::move(pendingStart_);
+  pendingStart_.reset();
+  if (!start || !accepted) return;
+  if (measurements_.size() + profiles_.size() >= limits_.charts) {
+    ++chartsRefused_;
+    return;
+  }
+  auto m = std::make_unique<Measurement>(limits_.rowsPerChart);
+  m->client = start->client;
+  m->id = integer(start->indication, "wifi_meas_id");
+  m->started = time;
+  m->request = start->indication;
+  // Connected mode arms a sampling timer before the reporting timer; scan mode only the
+  // reporting timer.
+  m->connected = start->timers.size() >= 2;
+  if (m->connected) {
+    if (integer(start->indication, "alpha_valid") != 0 && start->indication["alpha"].is_number()) {
+      m->alpha = start->indication["alpha"].get<float>();
+    }
+    // The host runs a period below one unit every unit.
+    m->samplingPeriod = std::max(start->timers.front().second, 1LL);
+    m->nextSample = time + m->samplingPeriod;
+    m->chart.series("sampled RSSI", {{"strokeWidth", 0}, {"drawPoints", true}, {"pointSize", 3}});
+    m->chart.series("average", {{"stepPlot", true}, {"strokeWidth", 2}});
+    m->chart.series("reported", {{"strokeWidth", 0}, {"drawPoints", true}, {"pointSize", 6}});
+  }
+  measurements_.push_back(std::move(m));
+}
+
+void RunModel::onSupplicant(const Event& event) {
+  if (!event.data.contains("command")) return;
+  const std::string command = text(event.data, "command");
+  const bool station = text(event.data, "interface") == "sta";
+  if (station && command == "STATUS" && pendingPoll_) {
+    pendingPoll_.reset();  // the poll began a status query: not a sample
+    return;
+  }
+  settlePoll();
+  if (!station || command != "SIGNAL_POLL") return;
+  if (event.data.value("ok", false) && event.data.contains("rssi")) {
+    pendingPoll_ = PendingPoll{event.time, static_cast<int16_t>(integer(event.data, "rssi"))};
+  } else {
+    takeSample(event.time, std::nullopt);  // a failed poll skips a sample
+  }
+}
+
+void RunModel::settlePoll() {
+  if (!pendingPoll_) return;
+  const PendingPoll poll = *pendingPoll_;
+  pendingPoll_.reset();
+  takeSample(poll.time, poll.rssi);
+}
+
+// The sample belongs to the running connected measurement whose sampling timer is due
+// first: on a virtual clock timers fire in due order, lowest id first on ties.
+void RunModel::takeSample(long long time, std::optional<int16_t> rssi) {
+  Measurement* due = nullptr;
+  for (auto& m : measurements_) {
+    if (m->active && m->connected && (due == nullptr || m->nextSample < due->nextSample)) {
+      due = m.get();
+    }
+  }
+  if (due == nullptr) return;
+  if (!rssi) {
+    // A failed status query's poll is no sample either: only skip one that was due.
+    if (due->nextSample <= time) due->nextSample += due->samplingPeriod;
+    return;
+  }
+  due->nextSample = std::max(due->nextSample, time) + due->samplingPeriod;
+  if (!due->sampled) {
+    due->average = *rssi;
+    due->sampled = true;
+  } else {
+    // As the plug-in folds it: each product and the sum in single precision, truncated.
+    const float previousPart = due->alpha * static_cast<float>(due->average);
+    const float samplePart = (1.0f - due->alpha) * static_cast<float>(*rssi);
+    due->average = static_cast<int16_t>(static_cast<int>(previousPart + samplePart));
+  }
+  due->chart.add(time, 0, *rssi);
+  due->chart.add(time, 1, due->average);
+}
+
+RunModel::Measurement* RunModel::activeMeasurement(int client, long long id) {
+  for (auto& m : measurements_) {
+    if (m->active && m->client == client && m->id == id) return m.get();
+  }
+  return nullptr;
+}
+
+RunModel::Profile* RunModel::profile(long long type) {
+  for (auto& p : profiles_) {
+    if (p->type == type) return p.get();
+  }
+  if (measurements_.size() + profiles_.size() >= limits_.charts) {
+    ++chartsRefused_;
+    return nullptr;
+  }
+  auto p = std::make_unique<Profile>(limits_.rowsPerChart);
+  p->type = type;
+  p->chart.series("quality not met", {{"stepPlot", true}, {"strokeWidth", 2}});
+  p->chart.series("reason", {{"stepPlot", true}, {"axis", "y2"}, {"strokePattern", {4, 3}}});
+  profiles_.push_back(std::move(p));
+  return profiles_.back().get();
+}
+
+void RunModel::onModem(const Event& event) {
+  const std::string message = text(event.data, "message");
+  const Json fields = event.data.value("fields", Json::object());
+  if (message == "wifi_meas_report") {
+    Measurement* m = activeMeasurement(static_cast<int>(integer(event.data, "client")),
+                                       integer(fields, "wifi_meas_id"));
+    if (m == nullptr || !fields.contains("bss_info") || !fields["bss_info"].is_array()) return;
+    if (m->connected) {
+      if (!fields["bss_info"].empty()) {
+        m->chart.add(event.time, 2, static_cast<double>(integer(fields["bss_info"][0], "rssi")));
+      }
+      return;
+    }
+    const std::string ssid = text(fields, "ssid");
+    for (const Json& bss : fields["bss_info"]) {
+      const std::string name = ssid + " " + text(bss, "bssid");
+      m->chart.add(event.time, m->chart.series("RSSI " + name),
+                   static_cast<double>(integer(bss, "rssi")));
+      if ((static_cast<unsigned long long>(integer(bss, "reported_params")) & kBssLoadReported) !=
+          0) {
+        m->chart.add(event.time,
+                     m->chart.series("CU " + name, {{"axis", "y2"}, {"strokePattern", {4, 3}}}),
+                     static_cast<double>(integer(bss, "channel_utilization")));
+      }
+    }
+  } else if (message == "wqe_profile_quality_status") {
+    Profile* p = profile(integer(fields, "profile_type"));
+    if (p == nullptr) return;
+    p->chart.add(event.time, 0, static_cast<double>(integer(fields, "quality_status")));
+    if (integer(fields, "reason_valid") != 0) {
+      p->chart.add(event.time, 1, static_cast<double>(integer(fields, "reason")));
+    }
+  } else if (message == "notify_data_settings") {
+    // Only the default profile tells the modem about Wi-Fi on and off.
+    Profile* p = profile(0);
+    if (p == nullptr || integer(fields, "wifi_state_valid") == 0) return;
+    p->chart.add(event.time, p->chart.series("Wi-Fi on", {{"stepPlot", true}}),
+                 static_cast<double>(integer(fields, "wifi_state")));
+  } else if (message == "wlan_available") {
+    // So do WLAN availability records.
+    Profile* p = profile(0);
+    if (p == nullptr) return;
+    const long long type = integer(fields, "connection_type");
+    const long long link = integer(fields, "link_status");
+    p->chart.add(
+        event.time,
+        p->chart.series(connectionTypeName(type), {{"stepPlot", true}, {"strokeWidth", 2}}),
+        static_cast<double>(link));
+    p->availability.push_back(Json{{"time", event.time},
+                                   {"link", connectionTypeName(type)},
+                                   {"link_status", link},
+                                   {"ssid", text(fields, "ssid")},
+                                   {"bssid", text(fields, "bssid")},
+                                   {"frequency", integer(fields, "frequency")},
+                                   {"ipv4_addr", text(fields, "ipv4_addr")},
+                                   {"country_code", text(fields, "country_code")}});
+    if (p->availability.size() > limits_.availabilityRecords) {
+      p->availability.pop_front();
+      ++p->availabilityLeftOut;
+    }
+  }
+}
+
+Json RunModel::charts() {
+  settlePoll();
+  Json out{{"measurements", Json::array()}, {"profiles", Json::array()}, {"notes", Json::array()}};
+  for (const auto& m : measurements_) {
+    Json chart = m->chart.toJson();
+    chart["client"] = m->client;
+    chart["id"] = m->id;
+    chart["mode"] = m->connected ? "connected" : "scan";
+    chart["started"] = m->started;
+    chart["stopped"] = m->stopped ? Json(*m->stopped) : Json(nullptr);
+    chart["request"] = m->request;
+    if (m->connected) {
+      chart["alpha"] = m->alpha;
+      chart["sampling_period"] = m->samplingPeriod;
+    }
+    out["measurements"].push_back(std::move(chart));
+  }
+  for (const auto& p : profiles_) {
+    Json chart = p->chart.toJson();
+    chart["profile"] = p->type;
+    chart["availability"] = Json::array();
+    for (const Json& record : p->availability) chart["availability"].push_back(record);
+    chart["availability_left_out"] = p->availabilityLeftOut;
+    out["profiles"].push_back(std::move(chart));
+  }
+  if (chartsRefused_ > 0) {
+    out["notes"].push_back(std::to_string(chartsRefused_) +
+                           " more measurements or profiles were not charted (at most " +
+                           std::to_string(limits_.charts) + " charts)");
+  }
+  return out;
+}
+
+}  // namespace nexhost
