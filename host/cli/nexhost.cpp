@@ -287,12 +287,20 @@ int finishReport(Session& session, int status) {
   return status;
 }
 
-// nexhost report RUN.jsonl -o FILE.html: the report of a saved --json run.
-int reportCommand(const std::string& input, const std::string& output) {
-  if (!checkOutputs({{"the run", input}}, {{"-o", output}}, false)) return kExitUsage;
+// nexhost report RUN.jsonl -o FILE.html [--compare OTHER.jsonl]: the report of a saved
+// --json run, with another run's series drawn on its charts.
+int reportCommand(const std::string& input, const std::string& output, const std::string& compare) {
+  std::vector<nexhost::NamedPath> inputs = {{"the run", input}};
+  if (!compare.empty()) inputs.push_back({"--compare", compare});
+  if (!checkOutputs(inputs, {{"-o", output}}, false)) return kExitUsage;
+  if (input == "-" && compare == "-") {
+    std::fprintf(stderr, "nexhost: report: only one of the runs can be standard input\n");
+    return kExitUsage;
+  }
   nexhost::SavedRun run;
+  nexhost::SavedRun comparedRun;
   std::string error;
-  if (!run.open(input, &error)) {
+  if (!run.open(input, &error) || (!compare.empty() && !comparedRun.open(compare, &error))) {
     std::fprintf(stderr, "nexhost: %s\n", error.c_str());
     return kExitUsage;
   }
@@ -301,6 +309,18 @@ int reportCommand(const std::string& input, const std::string& output) {
   if (!report) {
     std::fprintf(stderr, "nexhost: %s\n", error.c_str());
     return kExitUsage;
+  }
+  if (!compare.empty()) {
+    // Only its charts are drawn: it keeps no timeline.
+    nexhost::RunReport::Limits limits;
+    limits.timelineBytes = 0;
+    auto compared = std::make_unique<nexhost::RunReport>(limits);
+    if (!nexhost::addJsonLines(comparedRun.stream(), comparedRun.name(), compared.get(), &error)) {
+      std::fprintf(stderr, "nexhost: invalid run: %s\n", error.c_str());
+      return kExitUsage;
+    }
+    const std::string& name = comparedRun.name();
+    report->report().compareWith(std::move(compared), name.substr(name.rfind('/') + 1));
   }
   if (!nexhost::addJsonLines(run.stream(), run.name(), &report->report(), &error)) {
     std::fprintf(stderr, "nexhost: invalid run: %s\n", error.c_str());
@@ -703,13 +723,22 @@ int runNexhost(int argc, char** argv) {
   reportCmd->add_option("-o,--output", reportOutput, "the HTML file to write")
       ->type_name("FILE")
       ->required();
+  std::string reportCompare;
+  reportCmd
+      ->add_option("--compare", reportCompare,
+                   "draw this saved run's series on the same charts too (another plug-in "
+                   "build, a live session against its replay)")
+      ->type_name("FILE");
   reportCmd->footer(
       "\nExample:\n"
       "  nexhost run --json examples/connected-rssi.json > run.jsonl\n"
       "  nexhost report run.jsonl -o run.html\n"
+      "  nexhost report live.jsonl --compare replay.jsonl -o compared.html\n"
       "\nThe same report as run --report gives. A line that is not an event is refused with\n"
       "exit code 2, naming the line. An existing FILE is replaced only by a complete report;\n"
-      "-o - writes it to standard output.\n");
+      "-o - writes it to standard output.\n"
+      "\n--compare adds each series of the other run to the chart of the same measurement\n"
+      "(client and id) or profile, its label ending in the other run's file name.\n");
 
   nexhost::DiffCommand diffOptions;
   CLI::App* diffCmd = nexhost::addDiffCommand(app, kKinds, &diffOptions);
@@ -759,7 +788,7 @@ int runNexhost(int argc, char** argv) {
     return kExitUsage;
   }
   if (run->parsed()) return runCommand(pluginPath, scenarioFile, runOutput);
-  if (reportCmd->parsed()) return reportCommand(reportInput, reportOutput);
+  if (reportCmd->parsed()) return reportCommand(reportInput, reportOutput, reportCompare);
   if (decodeCmd->parsed()) return decodeCommand(decodeOptions);
   if (diffCmd->parsed()) return nexhost::runDiffCommand(diffOptions);
   return liveCommand(pluginPath, live, liveOutput);

@@ -5,7 +5,10 @@
 // by kind, tells each event with the text output's line for it, and expands a modem
 // message into its fields. Saves a screenshot of each.
 //
-//   node browser-check.js CHROMIUM SCREENSHOT_DIR REPORT.html=RUN.jsonl=RUN.txt...
+//   node browser-check.js CHROMIUM SCREENSHOT_DIR REPORT.html=RUN.jsonl[+COMPARED.jsonl]=RUN.txt...
+//
+// A report written with --compare COMPARED.jsonl also holds, on each chart the compared run
+// has too, the compared run's series, their labels ending in " (COMPARED.jsonl)".
 const { spawn } = require('child_process');
 const fs = require('fs');
 const os = require('os');
@@ -158,7 +161,17 @@ function textLines(text) {
     .map((l) => [l.slice(0, 6).trim(), l.slice(7, 17).trim(), l.slice(18)].join(' '));
 }
 
-async function checkReport(browser, html, events, text) {
+// The charts of a run with a compared run's series added to the charts both have.
+function expectedComparedCharts(events, compared, name) {
+  const charts = expectedCharts(events);
+  for (const [title, counts] of expectedCharts(compared)) {
+    if (!charts.has(title)) continue;
+    for (const [label, n] of Object.entries(counts)) charts.get(title)[label + ' (' + name + ')'] = n;
+  }
+  return charts;
+}
+
+async function checkReport(browser, html, events, text, expected) {
   const problems = [];
   const { targetId } = await browser.send('Target.createTarget', { url: 'about:blank' });
   const { sessionId } = await browser.send('Target.attachToTarget', { targetId, flatten: true });
@@ -194,7 +207,6 @@ async function checkReport(browser, html, events, text) {
 
   const drawn = await evaluate(`[...document.querySelectorAll('.chart')]
       .map((c) => [c.dataset.title, JSON.parse(c.dataset.points)])`);
-  const expected = expectedCharts(events);
   const drawnTitles = drawn.map(([title]) => title);
   if (JSON.stringify(drawnTitles.slice().sort()) !== JSON.stringify([...expected.keys()].sort())) {
     problems.push('charts ' + JSON.stringify(drawnTitles) + ', expected ' +
@@ -262,10 +274,16 @@ async function checkReport(browser, html, events, text) {
   let failed = false;
   try {
     for (const pair of pairs) {
-      const [html, jsonl, txt] = pair.split('=');
-      const events = fs.readFileSync(jsonl, 'utf8').split('\n').filter((l) => l.trim())
-                       .map((l) => JSON.parse(l));
-      const problems = await checkReport(browser, html, events, fs.readFileSync(txt, 'utf8'));
+      const [html, runs, txt] = pair.split('=');
+      const [jsonl, compared] = runs.split('+');
+      const read = (file) => fs.readFileSync(file, 'utf8').split('\n').filter((l) => l.trim())
+                               .map((l) => JSON.parse(l));
+      const events = read(jsonl);
+      const expected = compared
+        ? expectedComparedCharts(events, read(compared), path.basename(compared))
+        : expectedCharts(events);
+      const problems = await checkReport(browser, html, events, fs.readFileSync(txt, 'utf8'),
+                                         expected);
       console.log((problems.length ? 'FAIL ' : 'ok   ') + html);
       for (const p of problems) console.log('     ' + p);
       failed = failed || problems.length > 0;

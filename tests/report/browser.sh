@@ -2,7 +2,9 @@
 # The run report in a real browser: for every example, the report nexhost writes during
 # the run and the one it writes from the saved --json run must be the same page, and
 # headless Chromium must draw it without a console error, with as many chart points as
-# the run has samples and reports (tests/report/browser-check.js). Screenshots go to OUT.
+# the run has samples and reports (tests/report/browser-check.js). With connected-rssi
+# among them, so must its report compared with the same run at alpha 0.8 (compared.html).
+# Screenshots go to OUT.
 #   browser.sh NEXHOST OUT EXAMPLE.json...      exit 77: Chromium or Node.js is missing
 set -euo pipefail
 nexhost=$1 out=$2
@@ -28,5 +30,14 @@ for example in "$@"; do
     exit 1
   fi
   pairs+=("$out/$name.html=$out/$name.jsonl=$out/$name.txt")
+done
+for example in "$@"; do
+  [ "$(basename "$example")" = connected-rssi.json ] || continue
+  ln -sfn "$(cd "$(dirname "$example")" && pwd)/captures" "$out/captures"
+  sed 's/"alpha": 0.5/"alpha": 0.8/' "$example" >"$out/alpha-0.8.json"
+  "$nexhost" run --json "$out/alpha-0.8.json" >"$out/alpha-0.8.jsonl"
+  "$nexhost" report "$out/connected-rssi.jsonl" --compare "$out/alpha-0.8.jsonl" \
+    -o "$out/compared.html"
+  pairs+=("$out/compared.html=$out/connected-rssi.jsonl+$out/alpha-0.8.jsonl=$out/connected-rssi.txt")
 done
 exec node "$here/browser-check.js" chromium "$out" "${pairs[@]}"

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "compare/ChartOverlay.h"
 #include "events/EventLines.h"
 #include "events/EventPrinter.h"
 
@@ -89,9 +90,18 @@ Json RunReport::charts() {
   return out;
 }
 
+void RunReport::compareWith(std::unique_ptr<RunReport> other, const std::string& name) {
+  compared_ = std::move(other);
+  comparedName_ = name;
+}
+
 void RunReport::write(std::FILE* out, const std::string& source) {
   Json data = charts();
   data["source"] = source;
+  if (compared_) {
+    overlayCharts(&data, compared_->charts(), " (" + comparedName_ + ")");
+    data["source"] = source + ", compared with " + comparedName_;
+  }
   data["events"] = events_;
   data["kinds"] = kindCounts_;
   data["first_time"] = firstTime_;

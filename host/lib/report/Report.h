@@ -41,6 +41,9 @@ class RunReport {
   Json charts();
   // The whole page; `source` names what ran (a scenario, a live socket, a saved run).
   void write(std::FILE* out, const std::string& source);
+  // Draws `other`'s series on this report's charts, their labels ending in " (name)"
+  // (report --compare); the timeline stays this run's.
+  void compareWith(std::unique_ptr<RunReport> other, const std::string& name);
 
  private:
   void keepInTimeline(const Event& event);
@@ -57,6 +60,8 @@ class RunReport {
   std::size_t timelineTailBytes_ = 0;
   std::size_t timelineLeftOut_ = 0;
   bool headFull_ = false;
+  std::unique_ptr<RunReport> compared_;
+  std::string comparedName_;
 };
 
 // A report for a file: opened before the run, so that an output that cannot be written is
