@@ -30,6 +30,7 @@
 #include "framework/Plugin.h"
 #include "live/LiveRunner.h"
 #include "live/LiveSupplicant.h"
+#include "modem/RecordDump.h"
 #include "modem/Records.h"
 #include "output/OutputFile.h"
 #include "output/StandardOutput.h"
@@ -355,19 +356,13 @@ std::string recordTypesTable() {
   return table;
 }
 
-// One record, "[TYPE:] HEX", as a modem event; false with the reason otherwise.
-bool decodeRecord(const std::string& line, const nexhost::RecordKind* defaultKind,
-                  nexhost::Event* event, std::string* error) {
-  const std::optional<nexhost::RecordBytes> record =
-      nexhost::readRecordText(line, defaultKind, error);
-  if (!record) return false;
-  const std::vector<uint8_t>& bytes = record->bytes;
-  event->time = 0;
-  event->kind = "modem";
-  event->data = nexhost::Json{{"message", record->kind->name},
-                              {"fields", record->kind->decode(bytes.data(), bytes.size())},
-                              {"bytes", nexhost::hexText(bytes.data(), bytes.size())}};
-  return true;
+// A record as the modem event a run prints for it.
+nexhost::Event modemEvent(const nexhost::RecordBytes& record) {
+  const std::vector<uint8_t>& bytes = record.bytes;
+  return nexhost::Event{0, "modem",
+                        nexhost::Json{{"message", record.kind->name},
+                                      {"fields", record.kind->decode(bytes.data(), bytes.size())},
+                                      {"bytes", nexhost::hexText(bytes.data(), bytes.size())}}};
 }
 
 // The next line of `in` without its newline; false at the end. A line past `limit` bytes
@@ -399,24 +394,30 @@ int decodeCommand(const DecodeOptions& options) {
   }
   std::unique_ptr<nexhost::EventPrinter> printer = makePrinter(options.json, noteOutputFailure);
   std::size_t records = 0;
-  // Each input, named as an error names it; blank ones are skipped.
-  const auto decodeOne = [&](const std::string& input, const std::string& where) {
-    if (input.find_first_not_of(" \t\r") == std::string::npos) return true;
-    std::string error;
-    nexhost::Event event;
-    if (++records > kMaxDecodeRecords) {
-      error = "more than " + std::to_string(kMaxDecodeRecords) + " records";
-    } else if (decodeRecord(input, defaultKind, &event, &error)) {
-      printer->print(event);
-      return true;
-    }
-    std::fprintf(stderr, "nexhost: decode: %s: %s\n", where.c_str(), error.c_str());
-    return false;
+  const auto print = [&](const nexhost::RecordBytes& record) {
+    if (++records <= kMaxDecodeRecords) printer->print(modemEvent(record));
   };
-  for (std::size_t i = 0; i < options.records.size(); ++i) {
-    if (!decodeOne(options.records[i], "argument " + std::to_string(i + 1))) return kExitUsage;
+  const auto tooMany = [&](const std::string& where) {
+    if (records <= kMaxDecodeRecords) return false;
+    std::fprintf(stderr, "nexhost: decode: %s: more than %zu records\n", where.c_str(),
+                 kMaxDecodeRecords);
+    return true;
+  };
+  const bool fromStdin =
+      options.records.empty() || (options.records.size() == 1 && options.records[0] == "-");
+  // Arguments: one record each.
+  for (std::size_t i = 0; !fromStdin && i < options.records.size(); ++i) {
+    const std::string where = "argument " + std::to_string(i + 1);
+    nexhost::RecordDumpReader reader(defaultKind, print);
+    if (!reader.addLine(options.records[i]) || !reader.finish()) {
+      std::fprintf(stderr, "nexhost: decode: %s: %s\n", where.c_str(), reader.error().c_str());
+      return kExitUsage;
+    }
+    if (tooMany(where)) return kExitUsage;
   }
-  if (!options.records.empty()) return kExitOk;
+  if (!fromStdin) return kExitOk;
+  // Standard input: as pasted from a log (one record a line, wrapped, xxd, hexdump -C).
+  nexhost::RecordDumpReader reader(defaultKind, print);
   std::string line;
   bool tooLong = false;
   // A reader that went away (or a full disk) ends the reading too.
@@ -428,8 +429,19 @@ int decodeCommand(const DecodeOptions& options) {
                    kMaxDecodeLineBytes);
       return kExitUsage;
     }
-    if (!decodeOne(line, where)) return kExitUsage;
+    if (!reader.addLine(line)) {
+      std::fprintf(stderr, "nexhost: decode: standard input %s: %s\n", reader.where().c_str(),
+                   reader.error().c_str());
+      return kExitUsage;
+    }
+    if (tooMany(where)) return kExitUsage;
   }
+  if (!reader.finish()) {
+    std::fprintf(stderr, "nexhost: decode: standard input %s: %s\n", reader.where().c_str(),
+                 reader.error().c_str());
+    return kExitUsage;
+  }
+  if (tooMany("standard input")) return kExitUsage;
   return kExitOk;
 }
 
@@ -747,28 +759,32 @@ int runNexhost(int argc, char** argv) {
   CLI::App* decodeCmd = app.add_subcommand(
       "decode", "Decode modem records given as hex, with the same output as a run's modem events.");
   decodeCmd->add_option("RECORD", decodeOptions.records,
-                        "a record as hex, optionally prefixed TYPE: (default: one record per "
-                        "line of standard input)");
-  decodeCmd->add_option("--type", decodeOptions.type,
-                        "the records' type, when a line has no TYPE: prefix");
+                        "a record as hex, optionally prefixed TYPE: (default, or -: records "
+                        "from standard input, as pasted from a log)");
+  decodeCmd->add_option("--type", decodeOptions.type, "the records' type, where no TYPE: names it");
   decodeCmd->add_flag("--json", decodeOptions.json,
                       "JSON Lines: one modem event per record, as run --json prints it");
   decodeCmd->footer(
       "\nExamples:\n"
-      "  nexhost decode stop:07000000\n"
+      "  nexhost decode STOP:07000000\n"
       "  nexhost decode --type wqe_profile_quality_status < records.txt\n"
+      "  xxd record.bin | nexhost decode\n"
       "  nexhost run --json --only modem examples/connected-rssi.json | jq -r .bytes \\\n"
       "    | nexhost decode --json\n"
       "\nA record is hex digits in pairs, either case, with spaces or tabs allowed between\n"
-      "pairs (as a modem log prints it). Its type is, in this order: the line's TYPE: prefix,\n"
-      "--type, or the one type whose records have the record's length.\n"
+      "pairs. Standard input takes what a log shows: one record a line; records wrapped\n"
+      "over lines of one width (a shorter line, a wider one or a blank line ends a record,\n"
+      "and the sizes split the lines into records); xxd and hexdump -C dumps (one dump is\n"
+      "one record, or records of the type named). A record's type is, in this order: its\n"
+      "TYPE: (any case; alone on a line, it names the lines below), --type, or the one type\n"
+      "whose records have the record's length.\n"
       "Types and their sizes in bytes:\n" +
       recordTypesTable() +
       "Texts print in the one escape form of every nexhost output: bytes outside printable\n"
       "ASCII, and the backslash, as \\xNN.\n"
-      "\nBad hex, an unknown type or a length that is not the type's size stops with one line\n"
-      "naming the argument or input line, and exit code 2. At most 100,000 records, each line\n"
-      "at most 64 KiB.\n");
+      "\nBad hex, an unknown type, a length that is not the type's size, or lines that make\n"
+      "no records stop with one line naming the argument or input lines, how they were read,\n"
+      "and exit code 2. At most 100,000 records, each line at most 64 KiB.\n");
 
   addDocumentationWriters(app);
   try {
