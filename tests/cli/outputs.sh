@@ -38,6 +38,12 @@ run() {
   err=$(cat err)
   [ "$got" -eq "$code" ] || fail "nexhost $*: exit $got, expected $code ($err)"
 }
+# No temporary file is left beside the outputs by a run that ended (not killed).
+tidy() {
+  local left
+  left=$(find . -name '.*.nexhost-*')
+  [ -z "$left" ] || fail "temporary files left behind: $left"
+}
 says() { grep -qF -- "$1" err || fail "stderr lacks '$1': $err"; }
 holds() { [ "$(cat "$1")" = "$2" ] || fail "$1 holds '$(head -c 80 "$1")', expected '$2'"; }
 live=(live --sta-socket "$socket" --ssid any --reporting 1)
@@ -130,8 +136,9 @@ row_11() {  # a closed pipe killed live mode: both files empty, no stop-all sent
 
 row_12() {  # the old recording was emptied before the session even started
   echo earlier >old.json
-  run 1 -- "${unreachable[@]}" --record old.json
+  run 1 -- "${unreachable[@]}" --record old.json --report old.html
   holds old.json earlier
+  tidy
   "$nexhost" "${live[@]}" --duration 30 --record old.json >/dev/null 2>&1 &
   local pid=$!
   sleep 1
@@ -149,6 +156,8 @@ row_12b() {  # scenario, recording or a link's target silently replaced
   run 2 -- "${live[@]}" --record x --report x
   says "--report: x is the same file as --record x"
   [ ! -e x ] || fail "x was created"
+  run 2 -- "${live[@]}" --record -
+  says "--record: standard output carries the events; give a file"
   ln -s s.json to-scenario.json
   run 2 -- "${live[@]}" --scenario s.json --record to-scenario.json
   says "is the same file as --scenario s.json"
@@ -186,6 +195,7 @@ for r in 1 2 3 4 10 11 12 12b 13; do
   mkdir "row-$r" && cd "row-$r" || exit 1
   cp ../mine.json ../run.jsonl ../one.jsonl ../bad.jsonl .
   "row_$r"
+  [ "$r" = 12 ] || tidy  # a killed session leaves its temporary file
   cd "$scratch" || exit 1
 done
 [ "$failures" -eq 0 ] || exit 1
