@@ -814,6 +814,7 @@ int runNexhost(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   nexhost::catchBrokenPipe();
+  nexhost::OutputFile::removeTemporariesOnSignal();
   const int status = runNexhost(argc, argv);
   // Help and version texts, events and reports alike: a failed write is exit status 1.
   return nexhost::finishStandardOutput(status, standardOutputError);

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
@@ -66,7 +67,47 @@ int createTemporary(const std::string& target, std::string* tempPath) {
   return -1;
 }
 
+// The temporary files not yet renamed or removed, for the signal handler that removes
+// them: a fixed table, since a handler may not allocate.
+constexpr int kMaxPending = 8;
+const char* volatile pending[kMaxPending] = {};
+
+void track(const char* path) {
+  for (const char* volatile& slot : pending) {
+    if (slot == nullptr) {
+      slot = path;
+      return;
+    }
+  }
+}
+
+void untrack(const char* path) {
+  for (const char* volatile& slot : pending) {
+    if (slot == path) slot = nullptr;
+  }
+}
+
+void removePendingAndEnd(int signal) {
+  for (const char* volatile& slot : pending) {
+    if (const char* path = slot) ::unlink(path);
+  }
+  ::signal(signal, SIG_DFL);
+  ::raise(signal);
+}
+
 }  // namespace
+
+void OutputFile::removeTemporariesOnSignal() {
+  for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction old {};
+    // A signal the caller's shell ignores (nohup, a background job) stays ignored.
+    if (::sigaction(signal, nullptr, &old) != 0 || old.sa_handler == SIG_IGN) continue;
+    struct sigaction action {};
+    action.sa_handler = removePendingAndEnd;
+    sigemptyset(&action.sa_mask);
+    ::sigaction(signal, &action, nullptr);
+  }
+}
 
 std::unique_ptr<OutputFile> OutputFile::open(const std::string& path, std::string option,
                                              std::string* error) {
@@ -116,6 +157,7 @@ std::unique_ptr<OutputFile> OutputFile::open(const std::string& path, std::strin
   }
   std::unique_ptr<OutputFile> out(
       new OutputFile(fd, std::move(option), shown, std::move(target), std::move(tempPath)));
+  track(out->tempPath_.c_str());
   return out->openStream(error) ? std::move(out) : nullptr;
 }
 
@@ -149,6 +191,7 @@ bool OutputFile::openStream(std::string* error) {
   *error = option_ + ": cannot write " + where() + ": " + std::strerror(errno);
   if (!isStandardOutput()) {
     ::close(fd_);
+    untrack(tempPath_.c_str());
     ::unlink(tempPath_.c_str());
   }
   return false;
@@ -157,7 +200,9 @@ bool OutputFile::openStream(std::string* error) {
 OutputFile::~OutputFile() {
   if (stream_ == nullptr) return;
   std::fclose(stream_);
-  if (!isStandardOutput()) ::unlink(tempPath_.c_str());
+  if (isStandardOutput()) return;
+  untrack(tempPath_.c_str());
+  ::unlink(tempPath_.c_str());
 }
 
 std::string OutputFile::where() const {
@@ -175,6 +220,7 @@ bool OutputFile::commit(std::string* error) {
   } else if ((!flushed || !closed) && errorNumber_ == 0) {
     errorNumber_ = EIO;
   }
+  if (!isStandardOutput()) untrack(tempPath_.c_str());
   if (errorNumber_ == 0) return true;
   if (!isStandardOutput()) ::unlink(tempPath_.c_str());
   *error = option_ + ": cannot write " + where() + ": " + std::strerror(errorNumber_);

@@ -27,6 +27,11 @@ class OutputFile {
   // Null with a one-line reason in `error`.
   static std::unique_ptr<OutputFile> open(const std::string& path, std::string option,
                                           std::string* error);
+  // Makes SIGINT, SIGTERM and SIGHUP remove every temporary file not yet in place before
+  // they end the process as they would have. For commands that do not handle these
+  // signals themselves (live mode stops and writes its files instead).
+  static void removeTemporariesOnSignal();
+
   // Unless committed, removes the temporary file; the target stays as it was.
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
