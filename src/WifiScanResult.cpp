@@ -212,6 +212,8 @@ const ScanKeyIndex::Entry* ScanKeyIndex::find(std::string_view key) const {
 }
 
 ScanKeyIndex::Range ScanKeyIndex::startingWith(std::string_view prefix) const {
+  // An empty vector's data() may be null, and null plus zero is still undefined.
+  if (entries_.empty()) return Range(nullptr, nullptr);
   const Entry* const first = entries_.data() + (lowerBound(prefix) - entries_.begin());
   const Entry* const end = entries_.data() + entries_.size();
   const Entry* last = first;
