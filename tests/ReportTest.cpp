@@ -69,28 +69,4 @@ TEST(RunReportTest, BoundsChartRowsAndTimelineOnALongRun) {
   EXPECT_NE(charts["notes"][0].get<std::string>().find("leaves out"), std::string::npos);
 }
 
-TEST(RunReportTest, SavedRunLinesThatAreNotEventsAreRefusedWithTheirLine) {
-  const struct {
-    std::string line;
-    std::string error;
-  } cases[] = {
-      {"[1]", "run:2: expected an event"},
-      {R"({"time":"1","kind":"log"})", "run:2: expected an event"},
-      {"{\"time\":1,", "run:2: not JSON"},
-      {R"({"time":1,"kind":"log","x":)" + std::string(40, '[') + std::string(40, ']') + "}",
-       "run:2: nested deeper than 32 levels"},
-      {std::string(1024 * 1024 + 1, ' '), "run:2: line longer than 1 MiB"},
-      // The parser ended the line at the NUL and took the event before it.
-      {R"({"time":1,"kind":"log"})" + std::string(1, '\0') + "garbage",
-       "run:2: a NUL byte at column 24"},
-  };
-  for (const auto& c : cases) {
-    RunReport report;
-    std::istringstream in("{\"time\":0,\"kind\":\"step\"}\n" + c.line + "\n");
-    std::string error;
-    EXPECT_FALSE(nexhost::addJsonLines(in, "run", &report, &error)) << c.error;
-    EXPECT_EQ(error.rfind(c.error, 0), 0u) << error;
-  }
-}
-
 }  // namespace

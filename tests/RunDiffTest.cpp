@@ -54,7 +54,8 @@ TEST(EventDifferenceTest, NamesEachDifferingKeyByItsPath) {
        {{"bytes[2]", "cc", "cd"}}},
       {"records of different messages differ in that alone",
        kReport,
-       replaced(kReport, "wifi_meas_report", "wlan_available"),
+       R"({"time":6,"kind":"modem","client":0,"message":"wlan_available","fields":{"ssid":"x"},)"
+       R"("bytes":"0700cc"})",
        false,
        {{"message", "\"wifi_meas_report\"", "\"wlan_available\""}}},
       {"events of different kinds differ in that alone",
@@ -78,10 +79,11 @@ TEST(EventDifferenceTest, NamesEachDifferingKeyByItsPath) {
        false,
        {{"ok", "false", "true"}, {"rssi", "(absent)", "-60"}}},
       {"a step's indication is named under its action; a longer list shows the new item",
-       R"({"time":0,"kind":"step","action":"start","indication":{"sampling_interval":2,"ids":[1]}})",
-       R"({"time":0,"kind":"step","action":"start","indication":{"sampling_interval":3,"ids":[1,2]}})",
+       R"({"time":0,"kind":"step","action":"set_wqe_profile","indication":{"profile_mask":"1","profiles":[4]}})",
+       R"({"time":0,"kind":"step","action":"set_wqe_profile","indication":{"profile_mask":"3","profiles":[4,5]}})",
        false,
-       {{"start.sampling_interval", "2", "3"}, {"start.ids[1]", "(absent)", "2"}}},
+       {{"set_wqe_profile.profile_mask", "\"1\"", "\"3\""},
+        {"set_wqe_profile.profiles[1]", "(absent)", "5"}}},
       {"a long value is cut",
        R"({"time":0,"kind":"log","text":"short"})",
        R"({"time":0,"kind":"log","text":")" + std::string(100, 'x') + "\"}",
@@ -112,8 +114,9 @@ std::string run(const std::string& letters) {
       ++time;
       continue;
     }
-    lines += R"({"time":)" + std::to_string(time) + R"(,"kind":")" + (c == 'K' ? "engine" : "log") +
-             R"(","text":")" + c + "\"}\n";
+    lines += R"({"time":)" + std::to_string(time) +
+             (c == 'K' ? R"(,"kind":"engine","event":")" : R"(,"kind":"log","text":")") + c +
+             "\"}\n";
   }
   return lines;
 }

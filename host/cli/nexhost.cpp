@@ -746,8 +746,9 @@ int runNexhost(int argc, char** argv) {
       "  nexhost run --json examples/connected-rssi.json > run.jsonl\n"
       "  nexhost report run.jsonl -o run.html\n"
       "  nexhost report live.jsonl --compare replay.jsonl -o compared.html\n"
-      "\nThe same report as run --report gives. A line that is not an event is refused with\n"
-      "exit code 2, naming the line. An existing FILE is replaced only by a complete report;\n"
+      "\nThe same report as run --report gives. A line that is not an event as run --json\n"
+      "writes it (the text output, a key of another type) is refused with exit code 2,\n"
+      "naming the line and the key. An existing FILE is replaced only by a complete report;\n"
       "-o - writes it to standard output.\n"
       "\n--compare adds each series of the other run to the chart of the same measurement\n"
       "(client and id) or profile, its label ending in the other run's file name.\n");

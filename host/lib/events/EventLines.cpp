@@ -6,6 +6,7 @@
 #include <cstring>
 #include <iostream>
 
+#include "events/EventSchema.h"
 #include "text/ByteText.h"
 
 namespace nexhost {
@@ -13,7 +14,6 @@ namespace nexhost {
 namespace {
 
 constexpr std::size_t kMaxLineBytes = 1024 * 1024;
-constexpr int kMaxDepth = 32;
 
 }  // namespace
 
@@ -24,7 +24,6 @@ bool EventLines::fail(const std::string& what) {
 
 bool EventLines::next(Event* event) {
   if (!error_.empty()) return false;
-  struct TooDeep {};
   while (true) {
     text_.clear();
     ++line_;
@@ -41,28 +40,10 @@ bool EventLines::next(Event* event) {
       return fail("a NUL byte at column " + std::to_string(nul + 1) + "; an event line holds none");
     }
     if (text_.find_first_not_of(" \t\r") == std::string::npos) continue;
-    Json object;
-    try {
-      object = Json::parse(text_, [](int depth, Json::parse_event_t, Json&) {
-        if (depth > kMaxDepth) throw TooDeep{};
-        return true;
-      });
-    } catch (const TooDeep&) {
-      return fail("nested deeper than " + std::to_string(kMaxDepth) + " levels");
-    } catch (const Json::exception& e) {
-      return fail(std::string("not JSON: ") + e.what());
-    }
-    if (!object.is_object() || !object.contains("time") || !object["time"].is_number_integer() ||
-        !object.contains("kind") || !object["kind"].is_string()) {
-      return fail("expected an event: an object with an integer \"time\" and a text \"kind\"");
-    }
-    event->time = object["time"].get<long long>();
-    event->kind = object["kind"].get<std::string>();
-    event->data = Json::object();
-    for (auto& item : object.items()) {
-      if (item.key() != "time" && item.key() != "kind")
-        event->data[item.key()] = std::move(item.value());
-    }
+    std::string what;
+    std::optional<Event> read = readEventLine(text_, &what);
+    if (!read) return fail(what);
+    *event = std::move(*read);
     return true;
   }
 }

@@ -10,9 +10,9 @@ namespace nexhost {
 
 // Reads a run saved with `--json` (JSON Lines, one event per line) one event at a time,
 // so that a reader of any length holds one line. Blank lines are skipped. A line that is
-// not an event nexhost writes (an object with an integer "time" and a text "kind"), holds
-// a NUL byte, is longer than 1 MiB or is nested deeper than 32 levels stops the reading
-// with a one-line error naming `name` and the line ("run.jsonl:7: not JSON: ...").
+// not an event as a run writes it (readEventLine: the text output, a key of another
+// type, ...), holds a NUL byte or is longer than 1 MiB stops the reading with a one-line
+// error naming `name`, the line and the key ("run.jsonl:7: key "ok": expected ...").
 class EventLines {
  public:
   EventLines(std::istream& in, std::string name) : in_(in), name_(std::move(name)) {}

@@ -93,8 +93,8 @@ class ReportFile {
 };
 
 // Feeds a saved `--json` run (JSON Lines) to a report. Returns false with a one-line
-// error naming `name` and the line when a line is not an event nexhost writes, longer
-// than 1 MiB or nested deeper than 32 levels.
+// error naming `name` and the line at the first line that is not an event as nexhost
+// writes it (EventLines).
 bool addJsonLines(std::istream& in, const std::string& name, RunReport* report, std::string* error);
 
 }  // namespace nexhost

@@ -1,0 +1,78 @@
+#!/usr/bin/env bash
+# nexhost report refuses what a run does not write, and stays bounded on what one does:
+# one row for each way its input once aborted it, broke the page or ate time and memory.
+#
+#   report-input.sh NEXHOST SCENARIO
+# SCENARIO: a connected-mode example (its saved run is the base the rows edit).
+set -uo pipefail
+nexhost=$1
+scenario=$2
+
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+cd "$scratch" || exit 1
+
+failures=0
+row=
+fail() {
+  echo "FAIL row $row: $*" >&2
+  failures=$((failures + 1))
+}
+# refused INPUT MESSAGE: report INPUT exits 2 with one line holding MESSAGE, and the
+# report it was to replace is kept.
+refused() {
+  echo earlier >r.html
+  timeout 20 "$nexhost" report "$1" -o r.html >out 2>err
+  local got=$?
+  [ "$got" -eq 2 ] || fail "report $1: exit $got, expected 2 ($(head -c 300 err))"
+  [ "$(wc -l <err)" -eq 1 ] || fail "report $1: not one line: $(head -c 300 err)"
+  grep -qF -- "$2" err || fail "report $1: stderr lacks '$2': $(head -c 300 err)"
+  [ "$(cat r.html)" = earlier ] || fail "report $1: the earlier report was not kept"
+}
+# edited FILE JQ-FILTER: the saved run with the filter applied to its lines.
+edited() { jq -c "$2" run.jsonl >"$1"; }
+
+"$nexhost" run --json "$scenario" >run.jsonl
+
+row_5() {  # a JSON type error aborted nexhost (exit 134) and left a 0-byte page
+  edited accepted.jsonl 'if .kind == "result" then .accepted = "yes" else . end'
+  refused accepted.jsonl 'key "accepted": expected true or false, got a text'
+  edited ok.jsonl 'if .command == "SIGNAL_POLL" then .ok = "yes" else . end'
+  refused ok.jsonl 'key "ok": expected true or false, got a text'
+  grep -q ":$(grep -n '"SIGNAL_POLL"' run.jsonl | head -1 | cut -d: -f1): " err ||
+    fail "the error does not name the first SIGNAL_POLL's line: $(cat err)"
+}
+
+row_6() {  # exit 0, but the page's script threw on the wrong types: no timeline
+  edited bss-info.jsonl 'if .message == "wifi_meas_report" then .fields.bss_info = 7 else . end'
+  refused bss-info.jsonl 'key "fields.bss_info": expected a list, got an integer'
+  edited ident.jsonl 'if .action == "start" then .indication.wifi_ident = "net" else . end'
+  refused ident.jsonl 'key "indication.wifi_ident": expected a list, got a text'
+  edited alpha.jsonl 'if .action == "start" then .indication.alpha = 1e39 else . end'
+  refused alpha.jsonl 'key "indication.alpha": 1e+39 does not fit'
+  # The text output is no run to report on.
+  "$nexhost" run "$scenario" >text.txt
+  refused text.txt "run with --json"
+}
+
+row_8() {  # one 1 MiB line of 131,067 keys took 78 s; 50,000 kinds 51 s
+  # Three-letter keys fill 1 MiB exactly.
+  awk 'BEGIN { a = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_-"
+    printf "{\"time\":0,\"kind\":\"log\""
+    for (i = 0; i < 131067; i++)
+      printf ",\"%s%s%s\":0", substr(a, int(i / 4096) + 1, 1), substr(a, int(i / 64) % 64 + 1, 1), substr(a, i % 64 + 1, 1)
+    print "}" }' >keys.jsonl
+  [ "$(wc -c <keys.jsonl)" -le $((1024 * 1024)) ] || fail "the line is over 1 MiB"
+  local start=$SECONDS
+  refused keys.jsonl 'key "000": a log event has no such key'
+  [ $((SECONDS - start)) -le 2 ] || fail "the 1 MiB line took $((SECONDS - start)) s"
+  awk 'BEGIN { for (i = 0; i < 50000; i++) printf "{\"time\":0,\"kind\":\"k%d\"}\n", i }' >kinds.jsonl
+  refused kinds.jsonl 'kinds.jsonl:1: key "kind": no event is of kind "k0"'
+}
+
+for r in 5 6 8; do
+  row=$r
+  "row_$r"
+done
+[ "$failures" -eq 0 ] || exit 1
+echo "report input ok"
