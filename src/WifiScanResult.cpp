@@ -212,9 +212,11 @@ const ScanKeyIndex::Entry* ScanKeyIndex::find(std::string_view key) const {
 }
 
 ScanKeyIndex::Range ScanKeyIndex::startingWith(std::string_view prefix) const {
+  // The search first: it may fill the index, and so move its entries.
+  const auto from = lowerBound(prefix);
   // An empty vector's data() may be null, and null plus zero is still undefined.
   if (entries_.empty()) return Range(nullptr, nullptr);
-  const Entry* const first = entries_.data() + (lowerBound(prefix) - entries_.begin());
+  const Entry* const first = entries_.data() + (from - entries_.begin());
   const Entry* const end = entries_.data() + entries_.size();
   const Entry* last = first;
   while (last != end && last->key.substr(0, prefix.size()) == prefix) ++last;
