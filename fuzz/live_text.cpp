@@ -17,10 +17,6 @@
 #include "FuzzSupport.h"
 #include "live/LiveSupplicant.h"
 
-// The host library's command names, without the rest of the host framework.
-const std::string NexSupplicantWrapper::scanCmd = "SCAN";
-const std::string NexSupplicantWrapper::signalPollCmd = "SIGNAL_POLL";
-
 namespace {
 
 constexpr char kSeparator = '\x1e';

@@ -155,7 +155,7 @@ TEST_F(LiveSupplicantTest, WaitingScanResultsEventsFireScanReadyOnce) {
   int fired = 0;
   live.registerScanReady([](void*, void* count) { ++*static_cast<int*>(count); }, &fired);
   std::vector<nexhost::Event> seen;
-  trace.setObserver([](const nexhost::Event& e,
+  trace.addObserver([](const nexhost::Event& e,
                        void* out) { static_cast<std::vector<nexhost::Event>*>(out)->push_back(e); },
                     &seen);
   server.sendEvent("<2>CTRL-EVENT-SCAN-STARTED ");

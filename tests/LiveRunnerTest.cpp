@@ -12,6 +12,7 @@
 #include "MdxWifiClientMgr.h"
 #include "TestHost.h"
 #include "live/LiveRunner.h"
+#include "scenario/Recording.h"
 #include "scenario/ScenarioRunner.h"
 #include "scenario/SessionRecorder.h"
 
@@ -26,7 +27,8 @@ double secondsSince(Clock::time_point start) {
 
 class LiveRunnerTest : public ::testing::Test {
  protected:
-  explicit LiveRunnerTest(int ctrlTimeoutMs = 2000) : ctrlTimeoutMs_(ctrlTimeoutMs) {}
+  explicit LiveRunnerTest(int ctrlTimeoutMs = 2000, bool record = false)
+      : ctrlTimeoutMs_(ctrlTimeoutMs), record_(record) {}
 
   void SetUp() override {
     server.on("SET bssid_filter ", {"OK\n"});
@@ -40,7 +42,12 @@ class LiveRunnerTest : public ::testing::Test {
     }
     std::string error;
     ASSERT_TRUE(live->open(&error)) << error;
-    host.trace.setObserver(
+    if (record_) {  // wired before the plug-in gets the supplicant, as nexhost live does
+      recorder = std::make_unique<nexhost::SessionRecorder>(host.clock, recordingFile, nullptr);
+      ASSERT_TRUE(recorder->open(&error)) << error;
+      nexhost::recordSession(host, *recorder);
+    }
+    host.trace.addObserver(
         [](const nexhost::Event& e, void* self) {
           static_cast<LiveRunnerTest*>(self)->seen.push_back(e);
         },
@@ -70,6 +77,9 @@ class LiveRunnerTest : public ::testing::Test {
   }
 
   const int ctrlTimeoutMs_;
+  const bool record_;
+  const std::string recordingFile = ::testing::TempDir() + "recorded-session.json";
+  std::unique_ptr<nexhost::SessionRecorder> recorder;
   FakeSupplicant server;
   nexhost::LiveSupplicant* live = nullptr;
   nexhost::Host host{[this](nexhost::Host& h) {
@@ -114,7 +124,12 @@ TEST_F(LiveRunnerTest, WorkDueAtTheEndOfTheDurationGetsItsAnswers) {
 // A recorded session replays on the virtual clock into the same events at the same times,
 // the modem's bytes included: a filtered scan (its filters sent as live mode sends them)
 // and a connected measurement, answered by the supplicant's results event.
-TEST_F(LiveRunnerTest, RecordedSessionReplaysIntoTheSameEvents) {
+class LiveRunnerRecordTest : public LiveRunnerTest {
+ protected:
+  LiveRunnerRecordTest() : LiveRunnerTest(2000, true) {}
+};
+
+TEST_F(LiveRunnerRecordTest, RecordedSessionReplaysIntoTheSameEvents) {
   server.on("SET bssid_filter 02:00:00:00:00:00", {"OK\n"});
   server.on("SCAN freq=2437", {"OK\n"});
   std::thread supplicant([this] {
@@ -129,23 +144,21 @@ TEST_F(LiveRunnerTest, RecordedSessionReplaysIntoTheSameEvents) {
   scan.reportingInterval = 2;
   std::vector<nexhost::ScenarioStep> steps = measure("connected");
   steps.push_back(nexhost::measurementStep(scan));
-  const std::string file = ::testing::TempDir() + "recorded-session.json";
-  nexhost::SessionRecorder recorder(host.clock, file, nullptr);
-  std::string error;
-  ASSERT_TRUE(recorder.open(&error)) << error;
-  recorder.setPlatform(host.platform, host.enginePresent());
+  const std::string& file = recordingFile;
+  recorder->setPlatform(host.platform, host.enginePresent());
   LiveRunner runner(host, *manager, *live);
-  runner.setRecorder(&recorder);
+  runner.setRecorder(recorder.get());
   EXPECT_EQ(runner.run(steps, 3), LiveRunner::Outcome::kFinished);
   supplicant.join();
-  ASSERT_TRUE(recorder.write(&error)) << error;
+  std::string error;
+  ASSERT_TRUE(recorder->write(&error)) << error;
 
   const nexhost::Scenario scenario = nexhost::loadScenario(file);
   std::vector<nexhost::Event> replayed;
   {
     nexhost::Host replay;
     nexhost::applyPeers(replay, scenario.peers);
-    replay.trace.setObserver(
+    replay.trace.addObserver(
         [](const nexhost::Event& e, void* out) {
           static_cast<std::vector<nexhost::Event>*>(out)->push_back(e);
         },

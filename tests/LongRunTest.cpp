@@ -26,7 +26,7 @@ double cpuSeconds() {
 TEST(LongRunTest, MemoryStaysFlatInVirtualTime) {
   nexhost::Host host;
   std::size_t reports = 0;
-  host.trace.setObserver(
+  host.trace.addObserver(
       [](const nexhost::Event& e, void* n) { *static_cast<std::size_t*>(n) += e.kind == "modem"; },
       &reports);
   host.logger.setTraceLevel(3);

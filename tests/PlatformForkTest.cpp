@@ -43,7 +43,7 @@ TEST(PlatformForkTest, RealRunCapturesOutputAndExitStatus) {
   nexhost::Clock clock;
   nexhost::Trace trace{clock};
   nexhost::Platform platform{trace};
-  platform.forkMode = nexhost::Platform::ForkMode::kReal;
+  platform.forkRunner = std::make_unique<nexhost::RealForkRunner>();
   for (const Case& c : cases) {
     const Outcome run = runReal(platform, c.line, c.capacity);
     EXPECT_EQ(run.code, c.code) << c.line;
@@ -56,13 +56,15 @@ TEST(PlatformForkTest, RealRunAppliesReplacementsAndTimeLimit) {
   nexhost::Trace trace{clock};
   nexhost::Platform platform{trace};
   trace.setKeep(true);
-  platform.forkMode = nexhost::Platform::ForkMode::kReal;
-  platform.commandReplacements = {{"/data/vendor/ctrl", "handset"}};
+  auto runner = std::make_unique<nexhost::RealForkRunner>();
+  nexhost::RealForkRunner& real = *runner;
+  real.replacements = {{"/data/vendor/ctrl", "handset"}};
+  platform.forkRunner = std::move(runner);
   EXPECT_EQ(runReal(platform, "printf /data/vendor/ctrl", 64).output, "handset");
   EXPECT_EQ(trace.events().back().data["ran"], "printf handset");
   EXPECT_EQ(trace.events().back().data["command_line"], "printf /data/vendor/ctrl");
 
-  platform.forkTimeoutMs = 100;
+  real.timeoutMs = 100;
   EXPECT_EQ(runReal(platform, "sleep 5", 64).code, 124);
 }
 

@@ -2,6 +2,7 @@
 // every message it sends to the modem, replaying a scenario on a virtual clock or
 // driving a live wpa_supplicant.
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -28,6 +29,7 @@
 #include "events/EventPrinter.h"
 #include "framework/Host.h"
 #include "framework/Plugin.h"
+#include "io/RegularFile.h"
 #include "live/LiveRunner.h"
 #include "live/LiveSupplicant.h"
 #include "modem/RecordDump.h"
@@ -35,6 +37,7 @@
 #include "output/OutputFile.h"
 #include "output/StandardOutput.h"
 #include "report/Report.h"
+#include "scenario/Recording.h"
 #include "scenario/Scenario.h"
 #include "scenario/ScenarioRunner.h"
 #include "scenario/SessionRecorder.h"
@@ -267,7 +270,7 @@ bool openReport(const OutputOptions& out, const std::string& source, Session* se
 
 // The report takes every event as it happens, beside the printer (which filters its own).
 void attachSession(nexhost::Trace& trace, Session* session) {
-  trace.setObserver(
+  trace.addObserver(
       [](const nexhost::Event& e, void* context) {
         auto* s = static_cast<Session*>(context);
         // The progress line steps aside for what prints, and comes back below it.
@@ -548,15 +551,17 @@ int liveCommand(const std::string& pluginPath, LiveOptions options, const Output
   }
   nexhost::applyPlatform(host, peers);
   if (options.chipset != 0) host.platform.chipsetType = options.chipset;
-  host.platform.forkMode = nexhost::Platform::ForkMode::kReal;
+  auto forkRunner = std::make_unique<nexhost::RealForkRunner>();
   if (!options.hostapdCtrl.empty()) {
-    host.platform.commandReplacements.emplace_back(kHandsetHostapdCtrl, options.hostapdCtrl);
+    forkRunner->replacements.emplace_back(kHandsetHostapdCtrl, options.hostapdCtrl);
   }
   for (const std::string& r : options.replacements) {
     const std::size_t eq = r.find('=');
-    host.platform.commandReplacements.emplace_back(r.substr(0, eq), r.substr(eq + 1));
+    forkRunner->replacements.emplace_back(r.substr(0, eq), r.substr(eq + 1));
   }
+  host.platform.forkRunner = std::move(forkRunner);
   if (recorder) {
+    nexhost::recordSession(host, *recorder);
     recorder->setDescription("nexhost live session with the wpa_supplicant at " +
                              nexhost::printableBytes(options.stationSocket) + ", recorded");
     recorder->setPlatform(host.platform, host.enginePresent());

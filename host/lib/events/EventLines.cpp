@@ -1,12 +1,13 @@
 #include "events/EventLines.h"
 
-#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <iostream>
 
 #include "events/EventSchema.h"
+#include "io/RegularFile.h"
 #include "text/ByteText.h"
 
 namespace nexhost {
@@ -52,15 +53,14 @@ bool SavedRun::open(const std::string& path, std::string* error) {
   standardInput_ = path == "-";
   name_ = standardInput_ ? "standard input" : printableBytes(path);
   if (standardInput_) return true;
-  struct stat st;
-  if (::stat(path.c_str(), &st) != 0) {
-    *error = "cannot read " + name_ + ": " + std::strerror(errno);
+  // Refused as the scenario loader refuses it: a FIFO or a device before a byte is read.
+  std::string problem;
+  const int fd = openRegularFile(path, &problem);
+  if (fd < 0) {
+    *error = "cannot read " + name_ + ": " + problem;
     return false;
   }
-  if (!S_ISREG(st.st_mode)) {
-    *error = name_ + ": not a regular file";
-    return false;
-  }
+  ::close(fd);
   file_.open(path, std::ios::binary);
   if (!file_) {
     *error = "cannot read " + name_ + ": " + std::strerror(errno);

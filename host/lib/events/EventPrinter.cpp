@@ -187,7 +187,7 @@ void EventPrinter::print(const Event& event) {
 }
 
 void EventPrinter::attach(Trace& trace) {
-  trace.setObserver([](const Event& e, void* self) { static_cast<EventPrinter*>(self)->print(e); },
+  trace.addObserver([](const Event& e, void* self) { static_cast<EventPrinter*>(self)->print(e); },
                     this);
 }
 

@@ -4,18 +4,17 @@ namespace nexhost {
 
 void Trace::record(std::string kind, Json data) {
   if (!keep_) {
-    if (observer_ != nullptr) {
-      observer_(Event{clock_.now(), std::move(kind), std::move(data)}, observerContext_);
-    }
+    if (observers_.empty()) return;
+    const Event event{clock_.now(), std::move(kind), std::move(data)};
+    for (const auto& [observer, context] : observers_) observer(event, context);
     return;
   }
   events_.push_back(Event{clock_.now(), std::move(kind), std::move(data)});
-  if (observer_ != nullptr) observer_(events_.back(), observerContext_);
+  for (const auto& [observer, context] : observers_) observer(events_.back(), context);
 }
 
-void Trace::setObserver(void (*observer)(const Event&, void*), void* context) {
-  observer_ = observer;
-  observerContext_ = context;
+void Trace::addObserver(Observer observer, void* context) {
+  observers_.emplace_back(observer, context);
 }
 
 }  // namespace nexhost

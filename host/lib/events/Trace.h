@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace nexhost {
@@ -27,29 +28,29 @@ struct Event {
   Json data;
 };
 
-// Hands each event to the observer as it happens (nexhost prints it). Events are kept in
-// events() only when asked (tests): a long run must not grow with its history.
+// Hands each event to its observers as it happens, in the order they were added (nexhost
+// prints it, and a report takes it). Events are kept in events() only when asked (tests):
+// a long run must not grow with its history.
 class Trace {
  public:
   explicit Trace(const Clock& clock) : clock_(clock) {}
 
   void record(std::string kind, Json data);
   // Whether a recorded event reaches anyone; a producer may skip building one otherwise.
-  bool active() const { return keep_ || observer_ != nullptr; }
+  bool active() const { return keep_ || !observers_.empty(); }
 
   void setKeep(bool keep) { keep_ = keep; }
   const std::vector<Event>& events() const { return events_; }
   void clear() { events_.clear(); }
 
-  // Optional live observer (nexhost prints events as they happen).
-  void setObserver(void (*observer)(const Event&, void*), void* context);
+  using Observer = void (*)(const Event&, void*);
+  void addObserver(Observer observer, void* context);
 
  private:
   const Clock& clock_;
   bool keep_ = false;
   std::vector<Event> events_;
-  void (*observer_)(const Event&, void*) = nullptr;
-  void* observerContext_ = nullptr;
+  std::vector<std::pair<Observer, void*>> observers_;
 };
 
 }  // namespace nexhost

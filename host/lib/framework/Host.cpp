@@ -1,5 +1,7 @@
 #include "framework/Host.h"
 
+#include <stdexcept>
+
 namespace nexhost {
 
 namespace {
@@ -24,6 +26,14 @@ void Host::wireBackend() {
   wrapper_ = std::make_unique<NexSupplicantWrapper>(*backend_);
   currentHost = this;
   NexMsg::globalLogger = &msg;
+}
+
+void Host::wrapSupplicant(const BackendWrapper& wrap) {
+  if (supplicantHandedOut_) {
+    throw std::logic_error("the supplicant is wrapped after the plug-in was handed it");
+  }
+  backend_ = wrap(std::move(backend_));
+  wrapper_ = std::make_unique<NexSupplicantWrapper>(*backend_);
 }
 
 Host::~Host() {

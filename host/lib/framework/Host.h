@@ -46,6 +46,12 @@ class Host {
   Platform platform{trace};
 
   SupplicantBackend& supplicantBackend() { return *backend_; }
+  // Puts a wrapper (a recording) in front of the supplicant backend. Only before the
+  // plug-in is handed the supplicant, which stays bound to the backend it got (throws
+  // std::logic_error after).
+  using BackendWrapper =
+      std::function<std::unique_ptr<SupplicantBackend>(std::unique_ptr<SupplicantBackend>)>;
+  void wrapSupplicant(const BackendWrapper& wrap);
   // The scripted backend; null when another backend was given.
   ScriptedSupplicant* scripted() { return scripted_; }
 
@@ -65,7 +71,10 @@ class Host {
   NexTimer timer{scheduler};
   NexCde cde{engine};
   NexCdeCas cas{engine};
-  NexSupplicantWrapper& supplicant() { return *wrapper_; }
+  NexSupplicantWrapper& supplicant() {
+    supplicantHandedOut_ = true;
+    return *wrapper_;
+  }
   // Modem client i (created on first use; addresses stay stable).
   NexMdxDsd& client(int index = 0);
 
@@ -75,6 +84,7 @@ class Host {
   std::unique_ptr<SupplicantBackend> backend_;
   ScriptedSupplicant* scripted_ = nullptr;
   std::unique_ptr<NexSupplicantWrapper> wrapper_;
+  bool supplicantHandedOut_ = false;
   std::deque<NexMdxDsd> clients_;
   bool enginePresent_ = true;
 };

@@ -1,45 +1,34 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "events/Trace.h"
+#include "framework/ForkRunner.h"
 #include "nex/NexUtils.h"
 
 namespace nexhost {
-
-class SessionRecorder;
 
 // NexUtils and OperatorLookup: the chipset type, forkExec, and the ICCID table.
 class Platform {
  public:
   explicit Platform(Trace& trace) : trace_(trace) {}
 
-  struct ForkResult {
-    ForkResult() = default;
-    ForkResult(std::string output, int exitCode, std::string ran = "")
-        : output(std::move(output)), exitCode(exitCode), ran(std::move(ran)) {}
-    std::string output;
-    int exitCode = 0;
-    // The command line live mode ran in place of the plug-in's, when a replacement
-    // changed it (shown as the event's "ran"; a recorded session keeps it).
-    std::string ran;
-  };
-  // How forkExec runs a command line: scripted (the default) or for real.
-  enum class ForkMode { kScripted, kReal };
+  using ForkResult = nexhost::ForkResult;
 
   int chipsetType = 0;
-  ForkMode forkMode = ForkMode::kScripted;
   // Scripted results by whole command line: one per run, in order; the last one repeats.
   std::map<std::string, std::vector<ForkResult>> forkScripts;
-  // Real runs: text replacements applied to the command line first (the handset's paths
-  // to this machine's), and the time after which the command is killed.
-  std::vector<std::pair<std::string, std::string>> commandReplacements;
-  int forkTimeoutMs = 10000;
+  // Replaces a command line's scripted results from now on: its sequence starts again.
+  void setForkScript(const std::string& line, std::vector<ForkResult> results) {
+    forkScripts[line] = std::move(results);
+    forkRuns_.erase(line);
+  }
   std::map<std::string, std::string> operators;  // ICCID digits -> operator name
-  // Takes every real run's result, to be replayed later (may be null).
-  SessionRecorder* recorder = nullptr;
+  // Runs command lines for real (live mode); null: they are scripted.
+  std::unique_ptr<ForkRunner> forkRunner;
 
   // What getWlanChipsetType answers; each query is an event (the plug-in asks before each
   // hostapd_cli run, to choose the interface).
@@ -52,8 +41,6 @@ class Platform {
   void setJournal(bool keep) { journal_ = keep; }
 
  private:
-  int runForReal(const std::string& line, const NexForkExecOpt* options, std::string* output);
-
   Trace& trace_;
   bool journal_ = false;
   std::vector<std::string> forked_;

@@ -73,4 +73,9 @@ void Scheduler::advanceTo(long long until) {
   clock_.set(std::max(clock_.now(), until));
 }
 
+void Scheduler::advanceBefore(long long until) {
+  if (until > clock_.now()) advanceTo(until - 1);
+  clock_.set(std::max(clock_.now(), until));
+}
+
 }  // namespace nexhost

@@ -31,6 +31,9 @@ class Scheduler {
   // events at the same time, each in creation order), then sets the clock to `until`.
   void advanceTo(long long until);
   void advanceBy(long long delta) { advanceTo(clock_.now() + delta); }
+  // Runs everything due before `until`, then sets the clock to `until`: what is due at
+  // `until` itself runs at the next advance.
+  void advanceBefore(long long until);
   std::optional<long long> nextDue() const;
 
   // A real clock (live mode) can leave the host behind: a slow supplicant, a burst of

@@ -68,6 +68,7 @@ SupplicantBackend::Reply ScriptedSupplicant::command(supplicantType_t type,
     reply = script.replies[script.next];
     if (script.next + 1 < script.replies.size()) ++script.next;
   }
+  if (sent != text) reply.sent = sent;
   recordCommand(Json{{"interface", interfaceName(type)}, {"command", printableBytes(sent)}}, text,
                 reply);
   if (reply.ok && text == NexSupplicantWrapper::scanCmd && scanReadyDelay_) {
@@ -94,7 +95,7 @@ bool ScriptedSupplicant::setBssidFilter(const std::string& bssids) {
   if (journal_) bssidFilters_.push_back(bssids);
   trace().record("supplicant", Json{{"bssid_filter", printableBytes(bssids)}});
   const std::string set = "SET bssid_filter " + bssidFilterValue(bssids);
-  return scripted(SUPPLICANT_STA, set) ? command(SUPPLICANT_STA, set).ok : true;
+  return scripted(SUPPLICANT_STA, set) ? front().command(SUPPLICANT_STA, set).ok : true;
 }
 
 bool ScriptedSupplicant::setFrequencyFilter(const std::string& frequencies) {

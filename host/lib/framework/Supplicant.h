@@ -31,6 +31,9 @@ class SupplicantBackend {
     std::string text;
     // Why a live command got no answer ("timeout", "stopped", ...); shown in its event.
     std::string error;
+    // The command as it went out, when the backend changed it (live mode adds the scan's
+    // frequencies); empty: as given.
+    std::string sent;
   };
 
   explicit SupplicantBackend(Trace& trace) : trace_(trace) {}
@@ -48,16 +51,28 @@ class SupplicantBackend {
   void registerScanReady(void (*callback)(void*, void*), void* context);
   bool scanReadyRegistered() const { return scanReady_ != nullptr; }
   void fireScanReady(int events = 1);
+  // Scan-results events the supplicant sent, answered by one scan-ready.
+  virtual void scanResultsArrived(int events) { fireScanReady(events); }
+
+  // Puts `front` (a wrapper, such as a recording) in front of this backend: it takes over
+  // the scan-ready callback, and the commands this backend sends itself (a filter becomes
+  // a command) and the scan results it hears go through it, so that it sees them too.
+  void setFront(SupplicantBackend& front) {
+    front.registerScanReady(scanReady_, scanReadyContext_);
+    front_ = &front;
+  }
 
   Trace& trace() { return trace_; }
 
  protected:
+  SupplicantBackend& front() { return *front_; }
   // Records a command with its outcome; a successful SIGNAL_POLL also shows the RSSI the
   // wrapper keeps from it, which is the sample a connected measurement averages.
   void recordCommand(Json record, const std::string& command, const Reply& reply);
 
  private:
   Trace& trace_;
+  SupplicantBackend* front_ = this;
   void (*scanReady_)(void*, void*) = nullptr;
   void* scanReadyContext_ = nullptr;
 };

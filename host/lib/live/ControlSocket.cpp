@@ -15,8 +15,8 @@
 #include <cstring>
 #include <ctime>
 
-#include "text/ByteText.h"
 #include "live/LiveText.h"
+#include "text/ByteText.h"
 
 namespace nexhost {
 

@@ -51,11 +51,7 @@ void LiveRunner::requestStop() {
   errno = saved;
 }
 
-void LiveRunner::setRecorder(SessionRecorder* recorder) {
-  recorder_ = recorder;
-  supplicant_.setRecorder(recorder);
-  host_.platform.recorder = recorder;
-}
+void LiveRunner::setRecorder(SessionRecorder* recorder) { recorder_ = recorder; }
 
 LiveRunner::Outcome LiveRunner::run(const std::vector<ScenarioStep>& steps,
                                     std::optional<long long> endAt) {

@@ -40,8 +40,7 @@ class LiveRunner {
   // Runs `steps`, then keeps serving until `endAt` seconds (never when absent).
   Outcome run(const std::vector<ScenarioStep>& steps, std::optional<long long> endAt);
 
-  // Records the session into `recorder`: every step, supplicant reply and event, and
-  // hostapd_cli result.
+  // Hands every step performed to `recorder` (recordSession hands it the rest).
   void setRecorder(SessionRecorder* recorder);
 
   // Installs the SIGINT and SIGTERM handlers that end run().

@@ -89,9 +89,9 @@ SupplicantBackend::Reply LiveSupplicant::command(supplicantType_t type, const st
         break;
     }
   }
+  if (wire != text) reply.sent = wire;
   recordCommand(Json{{"interface", interfaceName(type)}, {"command", printableBytes(wire)}}, text,
                 reply);
-  if (recorder_ != nullptr) recorder_->supplicantReply(type, wire, reply);
   return reply;
 }
 
@@ -127,7 +127,6 @@ bool LiveSupplicant::connect(supplicantType_t type) {
     std::string error;
     if (!p2p_ && !options_.p2pPath.empty()) p2p_ = ControlSocket::open(options_.p2pPath, &error);
     ok = p2p_ != nullptr;
-    if (recorder_ != nullptr) recorder_->p2pConnect(ok);
   } else {
     ok = station_ != nullptr && !gone();
   }
@@ -144,7 +143,7 @@ bool LiveSupplicant::disconnect(supplicantType_t type) {
 
 bool LiveSupplicant::setBssidFilter(const std::string& bssids) {
   trace().record("supplicant", Json{{"bssid_filter", printableBytes(bssids)}});
-  return command(SUPPLICANT_STA, "SET bssid_filter " + bssidFilterValue(bssids)).ok;
+  return front().command(SUPPLICANT_STA, "SET bssid_filter " + bssidFilterValue(bssids)).ok;
 }
 
 bool LiveSupplicant::setFrequencyFilter(const std::string& frequencies) {
@@ -185,8 +184,7 @@ int LiveSupplicant::handleEvents(const std::function<void()>& beforeEach) {
   }
   if (gone()) return -1;
   if (scanResults == 0 || stopped_) return 0;
-  if (recorder_ != nullptr) recorder_->scanResults(scanResults);
-  fireScanReady(scanResults);
+  front().scanResultsArrived(scanResults);
   return 1;
 }
 

@@ -7,7 +7,6 @@
 #include "framework/Supplicant.h"
 #include "live/ControlSocket.h"
 #include "live/LiveText.h"
-#include "scenario/SessionRecorder.h"
 
 namespace nexhost {
 
@@ -62,9 +61,6 @@ class LiveSupplicant : public SupplicantBackend {
   // supplicant is gone.
   int handleEvents(const std::function<void()>& beforeEach = nullptr);
 
-  // Hands every reply, P2P connect and scan-results arrival to `recorder` (may be null).
-  void setRecorder(SessionRecorder* recorder) { recorder_ = recorder; }
-
  private:
   ControlSocket* socketFor(supplicantType_t type);
   void markGone(const std::string& reason);
@@ -77,7 +73,6 @@ class LiveSupplicant : public SupplicantBackend {
   StopWhen stop_;
   bool stopped_ = false;
   std::string goneReason_;
-  SessionRecorder* recorder_ = nullptr;
 };
 
 }  // namespace nexhost

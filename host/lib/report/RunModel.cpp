@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <deque>
 
+#include "scenario/StepKinds.h"
+
 namespace nexhost {
 
 namespace {
@@ -92,25 +94,35 @@ void RunModel::add(const Event& event) {
 }
 
 void RunModel::onStep(const Event& event) {
-  const std::string action = text(event.data, "action");
+  const StepKind* kind = stepKindNamed(text(event.data, "action"));
+  if (kind == nullptr) return;  // initialize_links
   const int client = static_cast<int>(integer(event.data, "client"));
   const Json indication = event.data.value("indication", Json::object());
-  if (action == "start") {
-    pendingStart_ = PendingStart{client, indication, {}};
-  } else if (action == "stop" || action == "stop_all") {
-    for (auto& m : measurements_) {
-      if (m->active && m->client == client &&
-          (action == "stop_all" || m->id == integer(indication, "wifi_meas_id", -1))) {
-        m->active = false;
-        m->stopped = event.time;
+  switch (kind->report) {
+    case StepInReport::kStartsMeasurement:
+      pendingStart_ = PendingStart{client, indication, {}};
+      break;
+    case StepInReport::kStopsMeasurement:
+    case StepInReport::kStopsEveryMeasurement:
+      for (auto& m : measurements_) {
+        if (m->active && m->client == client &&
+            (kind->report == StepInReport::kStopsEveryMeasurement ||
+             m->id == integer(indication, "wifi_meas_id", -1))) {
+          m->active = false;
+          m->stopped = event.time;
+        }
       }
-    }
-  } else if (action == "create_default_profile") {
-    profile(0);
-  } else if (action == "set_wqe_profile" && indication.contains("profiles")) {
-    for (const Json& p : indication["profiles"]) {
-      if (p.is_number()) profile(p.get<long long>());
-    }
+      break;
+    case StepInReport::kCreatesDefaultProfile:
+      profile(0);
+      break;
+    case StepInReport::kSelectsProfiles:
+      for (const Json& p : indication.value("profiles", Json::array())) {
+        if (p.is_number()) profile(p.get<long long>());
+      }
+      break;
+    case StepInReport::kNothing:
+      break;
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -12,6 +13,7 @@
 #include "framework/Platform.h"
 #include "framework/Supplicant.h"
 #include "nex/NexCde.h"
+#include "scenario/StepKinds.h"
 
 namespace nexhost {
 
@@ -37,6 +39,8 @@ constexpr std::size_t kSteps = 100000;
 constexpr std::size_t kCommands = 10000;  // scripted commands of an interface, or of hostapd_cli
 constexpr std::size_t kRepliesPerCommand = 10000;  // in one sequence
 constexpr std::size_t kOperators = 1000;
+constexpr long long kLatestTime = 1000000000000LL;  // of any step; far from overflow
+constexpr int kLastClient = 7;                      // modem clients are 0 to this
 // No list or object of a scenario may hold more than the largest of the counts above;
 // past them the reader stops at once instead of building the rest.
 constexpr std::size_t kListItems = kSteps;
@@ -57,19 +61,12 @@ struct ScenarioPeers {
   std::map<std::string, std::string> operators;  // ICCID digits -> operator name
 };
 
-enum class StepAction {
-  kStart,
-  kStop,
-  kStopAll,
-  kWqeProfileInit,
-  kSetWqeProfile,
-  kCreateDefaultProfile,
-  kWifi,
-  kWlanConfig,
-  kScanReady,
-  kScanResults,
-  kChipset,
-  kAdvance,
+// Scripts that replace a command's old ones from a step's time on: replies by command
+// text, hostapd_cli results by command line.
+struct ScriptChange {
+  std::map<std::string, std::vector<SupplicantBackend::Reply>> station;
+  std::map<std::string, std::vector<SupplicantBackend::Reply>> p2p;
+  std::map<std::string, std::vector<Platform::ForkResult>> hostapd;
 };
 
 // A fixed-size record kept as its non-zero bytes. Modem records are mostly zero-filled
@@ -104,8 +101,8 @@ class PackedRecord {
 // loaded, so a run never meets a bad step halfway.
 struct ScenarioStep {
   long long at = 0;
-  StepAction action = StepAction::kAdvance;
-  int client = 0;  // modem client index
+  const StepKind* kind = nullptr;  // what the step does: a row of the step table
+  int client = 0;                  // modem client index
   bool wifiOn = false;
   int chipset = 0;  // the chipset type the host reports from this step on
   int events = 1;   // scan-results events the supplicant sent together
@@ -113,8 +110,9 @@ struct ScenarioStep {
   // = the default profile, else a registration name ("profile1").
   std::optional<std::string> configTarget;
   PackedRecord record;  // the indication or configuration the action hands over
+  std::shared_ptr<const ScriptChange> scripts;  // of a "replies" step
 
-  const char* name() const;  // the action's key in the file: "start", "wlan_config", ...
+  const char* name() const { return kind->key; }  // "start", "wlan_config", ...
   // The action's record; each is valid only for its own action.
   dsd_start_wifi_meas_ind_msg_v01 start() const {
     return record.unpack<dsd_start_wifi_meas_ind_msg_v01>();

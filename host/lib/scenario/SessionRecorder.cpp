@@ -21,20 +21,6 @@ std::string text(const Json& value) {
   return value.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-template <typename Record>
-Json recordStep(int client, const Record& record) {
-  Json value = Json::object();
-  if (client != 0) value["client"] = client;
-  value["record"] = hexText(reinterpret_cast<const uint8_t*>(&record), sizeof record);
-  return value;
-}
-
-Json clientOnly(int client) {
-  Json value = Json::object();
-  if (client != 0) value["client"] = client;
-  return value;
-}
-
 // A sequence of one answer is written as that answer.
 void writeSequences(std::FILE* out, const std::map<std::string, std::vector<Json>>& sequences,
                     const char* indent) {
@@ -134,46 +120,8 @@ void SessionRecorder::addAnswer(Sequences* sequences, const std::string& key, Js
 }
 
 void SessionRecorder::step(const ScenarioStep& step) {
-  Json value;
-  switch (step.action) {
-    case StepAction::kStart:
-      value = recordStep(step.client, step.start());
-      break;
-    case StepAction::kStop:
-      value = recordStep(step.client, step.stop());
-      break;
-    case StepAction::kWqeProfileInit:
-      value = recordStep(step.client, step.profileInit());
-      break;
-    case StepAction::kSetWqeProfile:
-      value = recordStep(step.client, step.profileMask());
-      break;
-    case StepAction::kStopAll:
-    case StepAction::kCreateDefaultProfile:
-      value = clientOnly(step.client);
-      break;
-    case StepAction::kScanReady:
-      value = Json::object();
-      break;
-    case StepAction::kWifi:
-      value = step.wifiOn ? "on" : "off";
-      break;
-    case StepAction::kWlanConfig:
-      value = recordStep(0, step.config());
-      if (step.configTarget) {
-        value["to"] = step.configTarget->empty() ? "default" : *step.configTarget;
-      }
-      break;
-    case StepAction::kChipset:
-      value = step.chipset;
-      break;
-    case StepAction::kScanResults:
-      value = step.events;
-      break;
-    case StepAction::kAdvance:
-      return;  // the times say it
-  }
-  addStep(Json{{step.name(), value}});
+  Json value = step.kind->record(step);
+  if (!value.is_null()) addStep(Json{{step.name(), std::move(value)}});
 }
 
 void SessionRecorder::scanResults(int events) { addStep(Json{{"scan_results", events}}); }
