@@ -71,4 +71,21 @@ inline void setIntervals(dsd_start_wifi_meas_ind_msg_v01& ind, int32_t sampling,
   ind.reporting_interval = reporting;
 }
 
+// Every byte 'A' and every count at its maximum: what a corrupted record looks like.
+inline dsd_start_wifi_meas_ind_msg_v01 hostile(uint64_t mask) {
+  dsd_start_wifi_meas_ind_msg_v01 ind;
+  std::memset(&ind, 'A', sizeof ind);
+  ind.meas_param_mask = mask;
+  ind.wifi_ident_valid = 1;
+  ind.wifi_ident_len = 0xFFFFFFFFu;
+  ind.sampling_interval_valid = 0;
+  ind.reporting_interval_valid = 0;
+  ind.alpha_valid = 0;
+  for (dsd_wifi_ident_type_v01& entry : ind.wifi_ident) {
+    entry.bssid_list_len = 0xFFFFFFFFu;
+    for (dsd_wifi_bssid_type_v01& b : entry.bssid_list) b.channel_list_len = 0xFFFFFFFFu;
+  }
+  return ind;
+}
+
 }  // namespace testind

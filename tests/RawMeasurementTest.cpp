@@ -292,18 +292,7 @@ TEST_F(RawMeasurementTest, TimerAndScanCallbacksRefuseANullContext) {
 
 // The counts are cut in decoding (RawRequestTest); this runs the cut request through a scan.
 TEST_F(RawMeasurementTest, HostileIndicationRunsAScanAndStops) {
-  dsd_start_wifi_meas_ind_msg_v01 ind;
-  std::memset(&ind, 'A', sizeof ind);
-  ind.meas_param_mask = kRssiAndLoad;
-  ind.wifi_ident_valid = 1;
-  ind.wifi_ident_len = 0xFFFFFFFFu;
-  ind.sampling_interval_valid = 0;
-  ind.reporting_interval_valid = 0;
-  ind.alpha_valid = 0;
-  for (dsd_wifi_ident_type_v01& entry : ind.wifi_ident) {
-    entry.bssid_list_len = 0xFFFFFFFFu;
-    for (dsd_wifi_bssid_type_v01& b : entry.bssid_list) b.channel_list_len = 0xFFFFFFFFu;
-  }
+  const dsd_start_wifi_meas_ind_msg_v01 ind = testind::hostile(kRssiAndLoad);
   auto raw = worker(ind);
   ASSERT_TRUE(raw->startMeasurement());
   EXPECT_TRUE(host.logger.contains("startMeasurement  mdx ssid " + std::string(32, 'A')));
