@@ -10,6 +10,7 @@
 #include <string>
 
 #include "scenario/Scenario.h"
+#include "scenario/StepKinds.h"
 
 namespace {
 
@@ -225,3 +226,17 @@ TEST(ScenarioLoaderTest, FlagsCountsAndBytesAreTakenAsGiven) {
 }
 
 }  // namespace
+
+// A row without one of its functions would crash the run that meets it; every key must
+// also find its own row, or a scenario could name a kind the runner cannot reach.
+TEST(ScenarioLoaderTest, EveryStepKindIsCompleteAndFoundByItsKey) {
+  for (const nexhost::StepKind& kind : nexhost::stepKinds()) {
+    ASSERT_NE(kind.key, nullptr);
+    SCOPED_TRACE(kind.key);
+    EXPECT_NE(kind.read, nullptr);
+    EXPECT_NE(kind.perform, nullptr);
+    EXPECT_NE(kind.describe, nullptr);
+    EXPECT_NE(kind.record, nullptr);
+    EXPECT_EQ(nexhost::stepKindNamed(kind.key), &kind);
+  }
+}
