@@ -20,7 +20,7 @@ void feed(RunReport& report, const std::string& jsonLines) {
 
 std::string startConnected(double alpha) {
   return R"({"time":0,"kind":"step","action":"start","client":0,"indication":{"wifi_meas_id":3,)"
-         R"("alpha_valid":1,"alpha":)" +
+         R"("wifi_ident_valid":1,"wifi_ident":[{"ssid":""}],"alpha_valid":1,"alpha":)" +
          std::to_string(alpha) + R"(}}
 {"time":0,"kind":"timer","action":"add","id":1,"period":1}
 {"time":0,"kind":"timer","action":"add","id":2,"period":2}

@@ -70,7 +70,23 @@ row_8() {  # one 1 MiB line of 131,067 keys took 78 s; 50,000 kinds 51 s
   refused kinds.jsonl 'kinds.jsonl:1: key "kind": no event is of kind "k0"'
 }
 
-for r in 5 6 8; do
+# data PAGE: the chart data the page was written with.
+data() { sed -n 's:.*<script type="application/json" id="report-data">\(.*\)</script>.*:\1:p' "$1"; }
+
+row_9() {  # alpha 5 or -0.5: the plug-in kept 0.5, the chart folded with 5 (to -20,242 dBm)
+  ln -sfn "$(dirname "$scenario")/captures" captures
+  local alpha
+  for alpha in 5 -0.5; do
+    jq ".steps[0].start.alpha = $alpha" "$scenario" >alpha.json
+    "$nexhost" run --json --report alpha.html alpha.json >alpha.jsonl || fail "run alpha $alpha"
+    # Each report carries the plug-in's average at its time: the chart's must be the same.
+    data alpha.html | jq -e '.measurements[0] | .alpha == 0.5 and
+        ([.rows[] | select(.[3] != null)] | length > 0 and all(.[2] == .[3]))' >/dev/null ||
+      fail "alpha $alpha: the average is not the one reported: $(data alpha.html | jq -c '.measurements[0].rows')"
+  done
+}
+
+for r in 5 6 8 9; do
   row=$r
   "row_$r"
 done

@@ -3,14 +3,13 @@
 #include <algorithm>
 #include <deque>
 
+#include "report/MeasurementSettings.h"
 #include "scenario/StepKinds.h"
 
 namespace nexhost {
 
 namespace {
 
-constexpr float kDefaultAlpha = 0.5f;
-constexpr long long kDefaultSamplingPeriod = 2;
 constexpr unsigned kBssLoadReported = 4;  // reported_params bit
 
 const char* connectionTypeName(long long type) {
@@ -51,9 +50,10 @@ struct RunModel::Measurement {
   long long started = 0;
   std::optional<long long> stopped;
   Json request;
+  // Empty when the run does not hold the start record: only the reports are drawn.
+  std::optional<MeasurementSettings> settings;
   // Connected mode: the sampling timer's schedule and the running average.
-  float alpha = kDefaultAlpha;
-  long long samplingPeriod = kDefaultSamplingPeriod;
+  long long samplingPeriod = 1;
   long long nextSample = 0;
   bool sampled = false;
   int16_t average = 0;
@@ -73,17 +73,15 @@ RunModel::~RunModel() = default;
 
 void RunModel::add(const Event& event) {
   if (event.kind == "supplicant") {
+    sawSupplicant_ = true;
     onSupplicant(event);
     return;
   }
   if (event.kind == "log" || event.kind == "engine" || event.kind == "hostapd") return;
   settlePoll();
   if (event.kind == "step") {
+    sawSteps_ = true;
     onStep(event);
-  } else if (event.kind == "timer") {
-    if (pendingStart_ && text(event.data, "action") == "add") {
-      pendingStart_->timers.emplace_back(integer(event.data, "id"), integer(event.data, "period"));
-    }
   } else if (event.kind == "result") {
     if (text(event.data, "operation") == "startWifiMeasurement") {
       onStarted(event.time, event.data.value("accepted", false));
@@ -100,7 +98,7 @@ void RunModel::onStep(const Event& event) {
   const Json indication = event.data.value("indication", Json::object());
   switch (kind->report) {
     case StepInReport::kStartsMeasurement:
-      pendingStart_ = PendingStart{client, indication, {}};
+      pendingStart_ = PendingStart{client, indication, measurementSettings(event.data)};
       break;
     case StepInReport::kStopsMeasurement:
     case StepInReport::kStopsEveryMeasurement:
@@ -130,30 +128,34 @@ void RunModel::onStarted(long long time, bool accepted) {
   std::optional<PendingStart> start = std::move(pendingStart_);
   pendingStart_.reset();
   if (!start || !accepted) return;
+  addMeasurement(start->client, integer(start->indication, "wifi_meas_id"), time, start->indication,
+                 start->settings);
+}
+
+RunModel::Measurement* RunModel::addMeasurement(int client, long long id, long long time,
+                                                const Json& request,
+                                                std::optional<MeasurementSettings> settings) {
   if (measurements_.size() + profiles_.size() >= limits_.charts) {
     ++chartsRefused_;
-    return;
+    return nullptr;
   }
   auto m = std::make_unique<Measurement>(limits_.rowsPerChart);
-  m->client = start->client;
-  m->id = integer(start->indication, "wifi_meas_id");
+  m->client = client;
+  m->id = id;
   m->started = time;
-  m->request = start->indication;
-  // Connected mode arms a sampling timer before the reporting timer; scan mode only the
-  // reporting timer.
-  m->connected = start->timers.size() >= 2;
+  m->request = request;
+  m->settings = settings;
+  m->connected = m->settings && m->settings->connected;
   if (m->connected) {
-    if (integer(start->indication, "alpha_valid") != 0 && start->indication["alpha"].is_number()) {
-      m->alpha = start->indication["alpha"].get<float>();
-    }
     // The host runs a period below one unit every unit.
-    m->samplingPeriod = std::max(start->timers.front().second, 1LL);
+    m->samplingPeriod = std::max(m->settings->samplingPeriod, 1LL);
     m->nextSample = time + m->samplingPeriod;
     m->chart.series("sampled RSSI", {{"strokeWidth", 0}, {"drawPoints", true}, {"pointSize", 3}});
     m->chart.series("average", {{"stepPlot", true}, {"strokeWidth", 2}});
     m->chart.series("reported", {{"strokeWidth", 0}, {"drawPoints", true}, {"pointSize", 6}});
   }
   measurements_.push_back(std::move(m));
+  return measurements_.back().get();
 }
 
 void RunModel::onSupplicant(const Event& event) {
@@ -201,8 +203,9 @@ void RunModel::takeSample(long long time, std::optional<int16_t> rssi) {
     due->sampled = true;
   } else {
     // As the plug-in folds it: each product and the sum in single precision, truncated.
-    const float previousPart = due->alpha * static_cast<float>(due->average);
-    const float samplePart = (1.0f - due->alpha) * static_cast<float>(*rssi);
+    const float alpha = due->settings->alpha;
+    const float previousPart = alpha * static_cast<float>(due->average);
+    const float samplePart = (1.0f - alpha) * static_cast<float>(*rssi);
     due->average = static_cast<int16_t>(static_cast<int>(previousPart + samplePart));
   }
   due->chart.add(time, 0, *rssi);
@@ -236,8 +239,11 @@ void RunModel::onModem(const Event& event) {
   const std::string message = text(event.data, "message");
   const Json fields = event.data.value("fields", Json::object());
   if (message == "wifi_meas_report") {
-    Measurement* m = activeMeasurement(static_cast<int>(integer(event.data, "client")),
-                                       integer(fields, "wifi_meas_id"));
+    const int client = static_cast<int>(integer(event.data, "client"));
+    const long long id = integer(fields, "wifi_meas_id");
+    Measurement* m = activeMeasurement(client, id);
+    // Without the steps (a filtered run) a measurement is known by its reports alone.
+    if (m == nullptr && !sawSteps_) m = addMeasurement(client, id, event.time, Json(), {});
     if (m == nullptr || !fields.contains("bss_info") || !fields["bss_info"].is_array()) return;
     if (m->connected) {
       if (!fields["bss_info"].empty()) {
@@ -302,13 +308,27 @@ Json RunModel::charts() {
     Json chart = m->chart.toJson();
     chart["client"] = m->client;
     chart["id"] = m->id;
-    chart["mode"] = m->connected ? "connected" : "scan";
+    chart["mode"] = !m->settings ? "reports" : m->connected ? "connected" : "scan";
     chart["started"] = m->started;
     chart["stopped"] = m->stopped ? Json(*m->stopped) : Json(nullptr);
     chart["request"] = m->request;
-    if (m->connected) {
-      chart["alpha"] = m->alpha;
-      chart["sampling_period"] = m->samplingPeriod;
+    const std::string name =
+        "measurement " + std::to_string(m->id) + " of client " + std::to_string(m->client);
+    if (m->settings) {
+      chart["alpha"] = m->settings->alpha;
+      chart["sampling_period"] = m->settings->samplingPeriod;
+      chart["reporting_period"] = m->settings->reportingPeriod;
+    } else {
+      out["notes"].push_back(name + ": " +
+                             (sawSteps_ ? "its start step holds no record"
+                                        : "the input holds no steps, so not its start record") +
+                             "; the reported RSSI is drawn, but not the samples and their "
+                             "average, which need the record's mode, alpha and periods");
+    }
+    if (m->connected && !sawSupplicant_) {
+      out["notes"].push_back(name +
+                             ": the input holds no supplicant events, so no signal polls: the "
+                             "sampled RSSI and its average are not drawn");
     }
     out["measurements"].push_back(std::move(chart));
   }

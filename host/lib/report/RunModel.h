@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "events/Trace.h"
+#include "report/MeasurementSettings.h"
 #include "report/ReportChart.h"
 
 namespace nexhost {
@@ -39,7 +40,7 @@ class RunModel {
   struct PendingStart {
     int client = 0;
     Json indication;
-    std::vector<std::pair<long long, long long>> timers;  // id, period
+    std::optional<MeasurementSettings> settings;
   };
   struct PendingPoll {
     long long time;
@@ -50,6 +51,9 @@ class RunModel {
   void onModem(const Event& event);
   void onSupplicant(const Event& event);
   void onStarted(long long time, bool accepted);
+  // Null past the chart limit.
+  Measurement* addMeasurement(int client, long long id, long long time, const Json& request,
+                              std::optional<MeasurementSettings> settings);
   // A successful SIGNAL_POLL is a sample unless a STATUS follows it (a status query).
   void settlePoll();
   void takeSample(long long time, std::optional<int16_t> rssi);
@@ -62,6 +66,8 @@ class RunModel {
   std::optional<PendingStart> pendingStart_;
   std::optional<PendingPoll> pendingPoll_;
   std::size_t chartsRefused_ = 0;
+  bool sawSteps_ = false;       // else measurements are known by their reports
+  bool sawSupplicant_ = false;  // else connected mode has no samples
 };
 
 }  // namespace nexhost

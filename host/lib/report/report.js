@@ -55,18 +55,21 @@
   }
 
   function measurementCaption(m) {
+    if (m.mode === 'reports') {
+      return 'Reports only, from time ' + m.started + ': the reported RSSI (dBm, left axis) and, ' +
+             'where the BSS load is reported, channel utilisation (0 to 255, right axis, ' +
+             'dashed) of each access point. The notes above say what the input lacks.';
+    }
     const r = m.request;
-    const every = (valid, value, fallback) => (valid ? value : fallback + ' (default)');
-    const reporting = every(r.reporting_interval_valid, r.reporting_interval, 5);
     if (m.mode === 'connected') {
       return 'Connected mode, ' + span(m) + ': the link\'s RSSI sampled every ' +
              m.sampling_period + ', averaged with alpha ' + Number(m.alpha.toPrecision(6)) +
-             ' (weight of the previous average), reported every ' + reporting +
-             '. The average is folded from the samples as the plug-in does; each report ' +
-             'carries the average at its time.';
+             ' (weight of the previous average), reported every ' + m.reporting_period +
+             '. The period and alpha are those the plug-in runs with, from the start record; ' +
+             'each report carries the average at its time.';
     }
     const networks = (r.wifi_ident || []).map((n) => (n.ssid === '' ? '(connected)' : n.ssid));
-    return 'Scan mode, ' + span(m) + ', reported every ' + reporting + ', networks: ' +
+    return 'Scan mode, ' + span(m) + ', reported every ' + m.reporting_period + ', networks: ' +
            (networks.length ? networks.join(', ') : 'any') +
            '. RSSI (dBm, left axis) and, where the BSS load is reported, channel ' +
            'utilisation (0 to 255, right axis, dashed) of each access point at each report.';
