@@ -7,12 +7,14 @@ namespace {
 
 using nexhost::Json;
 
+// A measurement's or profile's chart of one panel.
 Json chart(const Json& identity, const Json& labels, const Json& rows) {
   Json c = identity;
-  c["labels"] = labels;
-  c["series"] = Json::object();
-  c["rows"] = rows;
-  c["stride"] = 1;
+  c["panels"] = Json::array({{{"name", "rssi"},
+                              {"labels", labels},
+                              {"series", Json::object()},
+                              {"rows", rows},
+                              {"stride", 1}}});
   return c;
 }
 
@@ -46,8 +48,9 @@ TEST(ChartOverlayTest, RowsMergeByTimeWithEachRunsColumns) {
         &charts,
         measurements(Json::array({chart(kMeasurement3, Json::array({"time", "RSSI"}), c.rowsB)})),
         " (B)");
-    EXPECT_EQ(charts["measurements"][0]["rows"], c.expected) << c.why;
-    EXPECT_EQ(charts["measurements"][0]["labels"], Json::array({"time", "RSSI", "RSSI (B)"}))
+    EXPECT_EQ(charts["measurements"][0]["panels"][0]["rows"], c.expected) << c.why;
+    EXPECT_EQ(charts["measurements"][0]["panels"][0]["labels"],
+              Json::array({"time", "RSSI", "RSSI (B)"}))
         << c.why;
   }
 }
@@ -65,12 +68,15 @@ TEST(ChartOverlayTest, ChartsMatchByTheirMeasurementOrProfileNotTheirPlace) {
                                       Json::array({"time", "average"}), Json::array())}));
   compared["profiles"].push_back(
       chart({{"profile", 0}}, Json::array({"time", "verdict"}), Json::array()));
-  compared["measurements"][0]["series"] = {{"RSSI y", {{"axis", "y2"}}}};
+  compared["measurements"][0]["panels"][0]["series"] = {{"RSSI y", {{"axis", "y2"}}}};
   nexhost::overlayCharts(&charts, compared, " (B)");
-  EXPECT_EQ(charts["measurements"][0]["labels"], Json::array({"time", "average"}));
-  EXPECT_EQ(charts["measurements"][1]["labels"], Json::array({"time", "RSSI x", "RSSI y (B)"}));
-  EXPECT_EQ(charts["measurements"][1]["series"], Json({{"RSSI y (B)", {{"axis", "y2"}}}}));
-  EXPECT_EQ(charts["profiles"][0]["labels"], Json::array({"time", "verdict", "verdict (B)"}));
+  EXPECT_EQ(charts["measurements"][0]["panels"][0]["labels"], Json::array({"time", "average"}));
+  EXPECT_EQ(charts["measurements"][1]["panels"][0]["labels"],
+            Json::array({"time", "RSSI x", "RSSI y (B)"}));
+  EXPECT_EQ(charts["measurements"][1]["panels"][0]["series"],
+            Json({{"RSSI y (B)", {{"axis", "y2"}}}}));
+  EXPECT_EQ(charts["profiles"][0]["panels"][0]["labels"],
+            Json::array({"time", "verdict", "verdict (B)"}));
   EXPECT_EQ(charts["notes"], Json::array({"the compared run's measurement client 1 id 3 mode "
                                           "\"connected\" is not in this run: not drawn"}));
 }

@@ -47,9 +47,29 @@ TEST(RunReportTest, ConnectedChartHoldsSamplesTheirAverageAndTheReportedValue) {
 )" + poll(4, -20));
   const Json chart = report.charts()["measurements"][0];
   EXPECT_EQ(chart["mode"], "connected");
-  EXPECT_EQ(chart["labels"], Json::parse(R"(["time","sampled RSSI","average","reported"])"));
-  EXPECT_EQ(chart["rows"], Json::parse("[[1,-60,-60,null],[2,-71,-65,-65],[3,-71,-68,null]]"));
+  EXPECT_EQ(chart["panels"][0]["labels"],
+            Json::parse(R"(["time","sampled RSSI","average","reported"])"));
+  EXPECT_EQ(chart["panels"][0]["rows"],
+            Json::parse("[[1,-60,-60,null],[2,-71,-65,-65],[3,-71,-68,null]]"));
   EXPECT_EQ(chart["stopped"], 3);
+}
+
+// Past the series limit new labels share one series, which keeps the highest value at a
+// time; a series without a point is not listed (the legend lists what is drawn).
+TEST(ReportChartTest, SeriesPastTheLimitShareOneAndEmptySeriesAreNotListed) {
+  nexhost::ReportChart chart({100, 2, "others"});
+  chart.series("never drawn");
+  const std::size_t a = chart.series("a");
+  const std::size_t b = chart.series("b");  // the third label: past the limit
+  EXPECT_EQ(chart.series("c"), b);
+  chart.add(1, a, -50);
+  chart.add(1, b, -70);
+  chart.add(1, chart.series("c"), -60);
+  chart.add(2, chart.series("d"), -80);
+  const Json json = chart.toJson();
+  EXPECT_EQ(json["labels"], Json::parse(R"(["time","a","others"])"));
+  EXPECT_EQ(json["rows"], Json::parse("[[1,-50,-60],[2,null,-80]]"));
+  EXPECT_EQ(json["left_out"], 3);  // b, c, d
 }
 
 TEST(RunReportTest, BoundsChartRowsAndTimelineOnALongRun) {
@@ -61,7 +81,7 @@ TEST(RunReportTest, BoundsChartRowsAndTimelineOnALongRun) {
   for (int t = 1; t <= 1000; ++t) run += poll(t, -50 - t % 7);
   feed(report, run);
   const Json charts = report.charts();
-  const Json& chart = charts["measurements"][0];
+  const Json& chart = charts["measurements"][0]["panels"][0];
   EXPECT_LE(chart["rows"].size(), 8u);
   EXPECT_EQ(chart["rows"][0][0], 1);  // an even sample from the start on
   EXPECT_EQ(chart["stride"], 128);

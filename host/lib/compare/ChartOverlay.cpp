@@ -71,6 +71,17 @@ void overlay(Json* chart, const Json& other, const std::string& suffix) {
   (*chart)["stride"] = std::max(chart->value("stride", 1LL), other.value("stride", 1LL));
 }
 
+// Each panel onto the panel of the same name.
+void overlayPanels(Json* chart, const Json& other, const std::string& suffix) {
+  Json& mine = (*chart)["panels"];
+  for (const Json& theirs : other.value("panels", Json::array())) {
+    auto match = std::find_if(mine.begin(), mine.end(), [&](const Json& panel) {
+      return panel.value("name", Json()) == theirs.value("name", Json());
+    });
+    if (match != mine.end()) overlay(&*match, theirs, suffix);
+  }
+}
+
 }  // namespace
 
 void overlayCharts(Json* charts, const Json& compared, const std::string& suffix) {
@@ -80,7 +91,7 @@ void overlayCharts(Json* charts, const Json& compared, const std::string& suffix
       auto match = std::find_if(mine.begin(), mine.end(),
                                 [&](const Json& chart) { return sameChart(kind, chart, theirs); });
       if (match != mine.end()) {
-        overlay(&*match, theirs, suffix);
+        overlayPanels(&*match, theirs, suffix);
       } else {
         (*charts)["notes"].push_back("the compared run's " + chartName(kind, theirs) +
                                      " is not in this run: not drawn");

@@ -47,7 +47,8 @@ std::string dump(const Json& value) {
 RunReport::RunReport() : RunReport(Limits()) {}
 RunReport::RunReport(Limits limits)
     : limits_(limits),
-      model_(RunModel::Limits{limits.rowsPerChart, limits.charts, limits.availabilityRecords}) {}
+      model_(RunModel::Limits{limits.rowsPerChart, limits.seriesPerChart, limits.charts,
+                              limits.availabilityRecords}) {}
 RunReport::~RunReport() = default;
 
 void RunReport::add(const Event& event) {
@@ -102,6 +103,7 @@ void RunReport::write(std::FILE* out, const std::string& source) {
     overlayCharts(&data, compared_->charts(), " (" + comparedName_ + ")");
     data["source"] = source + ", compared with " + comparedName_;
   }
+  data["series_per_chart"] = limits_.seriesPerChart;
   data["events"] = events_;
   data["kinds"] = kindCounts_;
   data["first_time"] = firstTime_;

@@ -25,9 +25,10 @@ class RunReport {
  public:
   struct Limits {
     std::size_t rowsPerChart = 10000;
-    std::size_t charts = 64;                       // measurements and profiles charted
-    std::size_t availabilityRecords = 500;         // the last ones listed in a table
-    std::size_t timelineBytes = 16 * 1024 * 1024;  // first half and last half kept
+    std::size_t seriesPerChart = 32;              // access points, the rest as one series
+    std::size_t charts = 64;                      // measurements and profiles charted
+    std::size_t availabilityRecords = 500;        // the last ones listed in a table
+    std::size_t timelineBytes = 8 * 1024 * 1024;  // first half and last half kept
   };
 
   RunReport();

@@ -39,10 +39,28 @@ std::string text(const Json& object, const char* key) {
   return it != object.end() && it->is_string() ? it->get<std::string>() : "";
 }
 
+// The limits of one panel; past the series limit, access points share one series.
+ReportChart::Limits panelLimits(const RunModel::Limits& limits, const char* overflow) {
+  return ReportChart::Limits{limits.rowsPerChart, limits.seriesPerChart, overflow};
+}
+
+// A panel of a measurement's or profile's card: its chart with what its y axis means.
+// `ticks`: the names of an integer axis' values.
+Json panel(const ReportChart& chart, const char* name, const char* ylabel,
+           const Json& ticks = Json()) {
+  Json out = chart.toJson();
+  out["name"] = name;
+  out["ylabel"] = ylabel;
+  if (!ticks.is_null()) out["ticks"] = ticks;
+  return out;
+}
+
 }  // namespace
 
 struct RunModel::Measurement {
-  explicit Measurement(std::size_t rows) : chart(rows) {}
+  explicit Measurement(const Limits& limits)
+      : rssi(panelLimits(limits, "other access points (strongest)")),
+        load(panelLimits(limits, "other access points (highest)")) {}
   int client = 0;
   long long id = 0;
   bool connected = false;
@@ -57,13 +75,19 @@ struct RunModel::Measurement {
   long long nextSample = 0;
   bool sampled = false;
   int16_t average = 0;
-  ReportChart chart;
+  ReportChart rssi;  // connected: samples, average and reports; else each access point's
+  ReportChart load;  // each access point's channel utilisation
 };
 
 struct RunModel::Profile {
-  explicit Profile(std::size_t rows) : chart(rows) {}
+  explicit Profile(const Limits& limits)
+      : quality(panelLimits(limits, "others")),
+        links(panelLimits(limits, "other links")),
+        wifi(panelLimits(limits, "others")) {}
   long long type = 0;
-  ReportChart chart;
+  ReportChart quality;  // the verdicts, and their reason codes
+  ReportChart links;    // the default profile's WLAN availability records: each link's status
+  ReportChart wifi;     // the default profile's Wi-Fi on and off
   std::deque<Json> availability;
   std::size_t availabilityLeftOut = 0;
 };
@@ -139,7 +163,7 @@ RunModel::Measurement* RunModel::addMeasurement(int client, long long id, long l
     ++chartsRefused_;
     return nullptr;
   }
-  auto m = std::make_unique<Measurement>(limits_.rowsPerChart);
+  auto m = std::make_unique<Measurement>(limits_);
   m->client = client;
   m->id = id;
   m->started = time;
@@ -150,9 +174,9 @@ RunModel::Measurement* RunModel::addMeasurement(int client, long long id, long l
     // The host runs a period below one unit every unit.
     m->samplingPeriod = std::max(m->settings->samplingPeriod, 1LL);
     m->nextSample = time + m->samplingPeriod;
-    m->chart.series("sampled RSSI", {{"strokeWidth", 0}, {"drawPoints", true}, {"pointSize", 3}});
-    m->chart.series("average", {{"stepPlot", true}, {"strokeWidth", 2}});
-    m->chart.series("reported", {{"strokeWidth", 0}, {"drawPoints", true}, {"pointSize", 6}});
+    m->rssi.series("sampled RSSI", {{"strokeWidth", 0}, {"drawPoints", true}, {"pointSize", 3}});
+    m->rssi.series("average", {{"stepPlot", true}, {"strokeWidth", 2}});
+    m->rssi.series("reported", {{"strokeWidth", 0}, {"drawPoints", true}, {"pointSize", 6}});
   }
   measurements_.push_back(std::move(m));
   return measurements_.back().get();
@@ -208,8 +232,8 @@ void RunModel::takeSample(long long time, std::optional<int16_t> rssi) {
     const float samplePart = (1.0f - alpha) * static_cast<float>(*rssi);
     due->average = static_cast<int16_t>(static_cast<int>(previousPart + samplePart));
   }
-  due->chart.add(time, 0, *rssi);
-  due->chart.add(time, 1, due->average);
+  due->rssi.add(time, 0, *rssi);
+  due->rssi.add(time, 1, due->average);
 }
 
 RunModel::Measurement* RunModel::activeMeasurement(int client, long long id) {
@@ -227,10 +251,10 @@ RunModel::Profile* RunModel::profile(long long type) {
     ++chartsRefused_;
     return nullptr;
   }
-  auto p = std::make_unique<Profile>(limits_.rowsPerChart);
+  auto p = std::make_unique<Profile>(limits_);
   p->type = type;
-  p->chart.series("quality not met", {{"stepPlot", true}, {"strokeWidth", 2}});
-  p->chart.series("reason", {{"stepPlot", true}, {"axis", "y2"}, {"strokePattern", {4, 3}}});
+  p->quality.series("quality not met", {{"stepPlot", true}, {"strokeWidth", 2}});
+  p->quality.series("reason", {{"stepPlot", true}, {"axis", "y2"}, {"strokePattern", {4, 3}}});
   profiles_.push_back(std::move(p));
   return profiles_.back().get();
 }
@@ -247,44 +271,43 @@ void RunModel::onModem(const Event& event) {
     if (m == nullptr || !fields.contains("bss_info") || !fields["bss_info"].is_array()) return;
     if (m->connected) {
       if (!fields["bss_info"].empty()) {
-        m->chart.add(event.time, 2, static_cast<double>(integer(fields["bss_info"][0], "rssi")));
+        m->rssi.add(event.time, 2, static_cast<double>(integer(fields["bss_info"][0], "rssi")));
       }
       return;
     }
     const std::string ssid = text(fields, "ssid");
     for (const Json& bss : fields["bss_info"]) {
       const std::string name = ssid + " " + text(bss, "bssid");
-      m->chart.add(event.time, m->chart.series("RSSI " + name),
-                   static_cast<double>(integer(bss, "rssi")));
+      m->rssi.add(event.time, m->rssi.series("RSSI " + name),
+                  static_cast<double>(integer(bss, "rssi")));
       if ((static_cast<unsigned long long>(integer(bss, "reported_params")) & kBssLoadReported) !=
           0) {
-        m->chart.add(event.time,
-                     m->chart.series("CU " + name, {{"axis", "y2"}, {"strokePattern", {4, 3}}}),
-                     static_cast<double>(integer(bss, "channel_utilization")));
+        m->load.add(event.time, m->load.series("CU " + name),
+                    static_cast<double>(integer(bss, "channel_utilization")));
       }
     }
   } else if (message == "wqe_profile_quality_status") {
     Profile* p = profile(integer(fields, "profile_type"));
     if (p == nullptr) return;
-    p->chart.add(event.time, 0, static_cast<double>(integer(fields, "quality_status")));
+    p->quality.add(event.time, 0, static_cast<double>(integer(fields, "quality_status")));
     if (integer(fields, "reason_valid") != 0) {
-      p->chart.add(event.time, 1, static_cast<double>(integer(fields, "reason")));
+      p->quality.add(event.time, 1, static_cast<double>(integer(fields, "reason")));
     }
   } else if (message == "notify_data_settings") {
     // Only the default profile tells the modem about Wi-Fi on and off.
     Profile* p = profile(0);
     if (p == nullptr || integer(fields, "wifi_state_valid") == 0) return;
-    p->chart.add(event.time, p->chart.series("Wi-Fi on", {{"stepPlot", true}}),
-                 static_cast<double>(integer(fields, "wifi_state")));
+    p->wifi.add(event.time, p->wifi.series("Wi-Fi on", {{"stepPlot", true}, {"strokeWidth", 2}}),
+                static_cast<double>(integer(fields, "wifi_state")));
   } else if (message == "wlan_available") {
     // So do WLAN availability records.
     Profile* p = profile(0);
     if (p == nullptr) return;
     const long long type = integer(fields, "connection_type");
     const long long link = integer(fields, "link_status");
-    p->chart.add(
+    p->links.add(
         event.time,
-        p->chart.series(connectionTypeName(type), {{"stepPlot", true}, {"strokeWidth", 2}}),
+        p->links.series(connectionTypeName(type), {{"stepPlot", true}, {"strokeWidth", 2}}),
         static_cast<double>(link));
     p->availability.push_back(Json{{"time", event.time},
                                    {"link", connectionTypeName(type)},
@@ -305,7 +328,8 @@ Json RunModel::charts() {
   settlePoll();
   Json out{{"measurements", Json::array()}, {"profiles", Json::array()}, {"notes", Json::array()}};
   for (const auto& m : measurements_) {
-    Json chart = m->chart.toJson();
+    Json chart{{"panels", Json::array({panel(m->rssi, "rssi", "RSSI (dBm)"),
+                                       panel(m->load, "load", "channel utilisation (0 to 255)")})}};
     chart["client"] = m->client;
     chart["id"] = m->id;
     chart["mode"] = !m->settings ? "reports" : m->connected ? "connected" : "scan";
@@ -333,7 +357,12 @@ Json RunModel::charts() {
     out["measurements"].push_back(std::move(chart));
   }
   for (const auto& p : profiles_) {
-    Json chart = p->chart.toJson();
+    Json chart{
+        {"panels",
+         Json::array({panel(p->quality, "quality", "quality", Json::array({"met", "not met"})),
+                      panel(p->links, "links", "link status",
+                            Json::array({"down", "associated", "connected"})),
+                      panel(p->wifi, "wifi", "Wi-Fi", Json::array({"off", "on"}))})}};
     chart["profile"] = p->type;
     chart["availability"] = Json::array();
     for (const Json& record : p->availability) chart["availability"].push_back(record);

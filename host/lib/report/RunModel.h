@@ -21,6 +21,7 @@ class RunModel {
  public:
   struct Limits {
     std::size_t rowsPerChart = 10000;
+    std::size_t seriesPerChart = 32;        // access points, the rest as one series
     std::size_t charts = 64;                // measurements and profiles charted
     std::size_t availabilityRecords = 500;  // the last ones listed in a table
   };

@@ -33,9 +33,19 @@
     const notes = document.getElementById('notes');
     for (const note of data.notes) notes.appendChild(element('li', '', note));
     for (const chart of data.measurements.concat(data.profiles)) {
-      if (chart.stride > 1) {
-        notes.appendChild(element('li', '', chartTitle(chart) + ': one point in ' + chart.stride +
-                                              ' is charted (long run)'));
+      for (const panel of chart.panels) {
+        const where = chartTitle(chart) + ', ' + panel.ylabel + ': ';
+        if (panel.stride > 1) {
+          notes.appendChild(element('li', '', where + 'one time in ' + panel.stride +
+                                                ' is charted (long run)'));
+        }
+        if (panel.left_out > 0) {
+          notes.appendChild(element('li', '', where + 'at most ' + data.series_per_chart +
+                                                ' series are drawn; ' +
+                                                (panel.left_out_past_count ? 'at least ' : '') +
+                                                panel.left_out + ' more are drawn as one, ' +
+                                                'the highest of them at each time'));
+        }
       }
     }
   }
@@ -56,9 +66,9 @@
 
   function measurementCaption(m) {
     if (m.mode === 'reports') {
-      return 'Reports only, from time ' + m.started + ': the reported RSSI (dBm, left axis) and, ' +
-             'where the BSS load is reported, channel utilisation (0 to 255, right axis, ' +
-             'dashed) of each access point. The notes above say what the input lacks.';
+      return 'Reports only, from time ' + m.started + ': the reported RSSI (dBm) and, where ' +
+             'the BSS load is reported, channel utilisation (0 to 255, lower panel) of each ' +
+             'access point. The notes above say what the input lacks.';
     }
     const r = m.request;
     if (m.mode === 'connected') {
@@ -71,16 +81,16 @@
     const networks = (r.wifi_ident || []).map((n) => (n.ssid === '' ? '(connected)' : n.ssid));
     return 'Scan mode, ' + span(m) + ', reported every ' + m.reporting_period + ', networks: ' +
            (networks.length ? networks.join(', ') : 'any') +
-           '. RSSI (dBm, left axis) and, where the BSS load is reported, channel ' +
-           'utilisation (0 to 255, right axis, dashed) of each access point at each report.';
+           '. RSSI (dBm) and, where the BSS load is reported, channel utilisation ' +
+           '(0 to 255, lower panel) of each access point at each report.';
   }
 
   function profileCaption(p) {
     return (p.profile === 0
-              ? 'Quality verdicts of the station link, Wi-Fi on and off, and the link status ' +
-                'of each WLAN availability record (0 down, 1 associated or up, 2 fully connected).'
+              ? 'Quality verdicts of the station link, the link status of each WLAN ' +
+                'availability record, and Wi-Fi on and off, each in its own panel.'
               : 'Quality verdicts from the decision engine.') +
-           ' Quality not met: 0 met, 1 not met; reason: the modem reason code (right axis).';
+           ' Where a verdict gives a reason, its modem reason code is on the right axis.';
   }
 
   function pointCounts(graph, labels) {
@@ -96,43 +106,74 @@
     return counts;
   }
 
-  function drawChart(card, chart, options) {
-    const box = element('div', 'chart');
-    box.id = 'chart-' + document.querySelectorAll('.chart').length;
-    box.dataset.title = chartTitle(chart);
-    card.appendChild(box);
-    const legend = element('div', 'legend');
-    card.appendChild(legend);
-    if (chart.rows.length === 0) {
-      box.className = 'chart empty';
-      box.style.height = 'auto';
-      box.textContent = 'Nothing to chart yet.';
-      const counts = {};
-      for (const label of chart.labels.slice(1)) counts[label] = 0;
-      box.dataset.points = json(counts);
+  // An axis of a few integer states: a tick at each, named, and the legend names them too.
+  function stateAxis(names) {
+    return {
+      ticker: () => names.map((label, v) => ({ v, label })),
+      valueFormatter: (v) => (names[v] !== undefined ? names[v] : String(v)),
+    };
+  }
+
+  // A card's panels share the run's time axis: zooming one zooms the others.
+  function drawPanels(card, chart) {
+    const panels = chart.panels.filter((p) => p.labels.length > 1);
+    if (panels.length === 0) {
+      const box = element('div', 'chart empty', 'Nothing to chart yet.');
+      box.dataset.title = chartTitle(chart);
+      box.dataset.points = '{}';
+      card.appendChild(box);
       return;
     }
-    const usesY2 = Object.keys(chart.series).some((k) => chart.series[k].axis === 'y2');
-    const graph = new Dygraph(box, chart.rows, Object.assign({
-      labels: chart.labels,
-      series: chart.series,
-      connectSeparatedPoints: true,
-      drawPoints: true,
-      pointSize: 2,
-      legend: 'always',
-      labelsDiv: legend,
-      xlabel: 'time (host units)',
-      // Every chart spans the whole run, so that charts line up and a lone point shows.
-      dateWindow: [data.first_time, Math.max(data.last_time, data.first_time + 1)],
-      xRangePad: 8,
-      showRangeSelector: chart.rows.length > 1,
-      rangeSelectorHeight: 24,
-      axes: Object.assign({
+    const graphs = [];
+    let syncing = false;
+    panels.forEach((panel, i) => {
+      const last = i === panels.length - 1;
+      const box = element('div', 'chart panel-' + panel.name + (last ? ' last' : ''));
+      box.dataset.title = chartTitle(chart);
+      card.appendChild(box);
+      const legend = element('div', 'legend');
+      card.appendChild(legend);
+      const usesY2 = Object.keys(panel.series).some((k) => panel.series[k].axis === 'y2');
+      const axes = {
         // Host time is in whole units.
-        x: { axisLabelFormatter: (x) => (Number.isInteger(x) ? String(x) : '') },
-      }, usesY2 ? { y2: { independentTicks: true, drawGrid: false } } : {}),
-    }, options));
-    box.dataset.points = json(pointCounts(graph, chart.labels));
+        x: { axisLabelFormatter: (x) => (Number.isInteger(x) ? String(x) : ''),
+             axisLabelFontSize: last ? 14 : 11 },
+        // One width for every panel, so that their time axes line up.
+        y: { axisLabelWidth: 95 },
+      };
+      if (panel.ticks) Object.assign(axes.y, stateAxis(panel.ticks));
+      if (usesY2) axes.y2 = { independentTicks: true, drawGrid: false };
+      const graph = new Dygraph(box, panel.rows, {
+        labels: panel.labels,
+        series: panel.series,
+        connectSeparatedPoints: true,
+        drawPoints: true,
+        pointSize: 2,
+        legend: 'always',
+        labelsDiv: legend,
+        ylabel: panel.ylabel,
+        y2label: usesY2 ? 'reason code' : undefined,
+        xlabel: last ? 'time (host units)' : undefined,
+        // Every chart spans the whole run, so that charts line up and a lone point shows.
+        dateWindow: [data.first_time, Math.max(data.last_time, data.first_time + 1)],
+        xRangePad: 8,
+        rightGap: 20,
+        valueRange: panel.ticks ? [-0.3, panel.ticks.length - 0.7] : undefined,
+        showRangeSelector: last && panel.rows.length > 1,
+        rangeSelectorHeight: 24,
+        axes,
+        drawCallback: (g, initial) => {
+          if (initial || syncing) return;
+          syncing = true;
+          for (const other of graphs) {
+            if (other !== g) other.updateOptions({ dateWindow: g.xAxisRange() });
+          }
+          syncing = false;
+        },
+      });
+      graphs.push(graph);
+      box.dataset.points = json(pointCounts(graph, panel.labels));
+    });
   }
 
   function drawMeasurements() {
@@ -145,9 +186,7 @@
       card.appendChild(element('h3', '', chartTitle(m)));
       card.appendChild(element('p', 'caption', measurementCaption(m)));
       section.appendChild(card);
-      drawChart(card, m, m.mode === 'connected'
-                           ? { ylabel: 'RSSI (dBm)' }
-                           : { ylabel: 'RSSI (dBm)', y2label: 'channel utilisation' });
+      drawPanels(card, m);
     }
   }
 
@@ -158,15 +197,26 @@
       head.appendChild(element('th', '', h));
     }
     table.appendChild(head);
+    const links = p.panels.find((panel) => panel.name === 'links').ticks;
     for (const r of p.availability) {
       const row = element('tr');
-      for (const v of [r.time, r.link, r.link_status, r.ssid, r.bssid, r.frequency, r.ipv4_addr,
+      const status = r.link_status + (links[r.link_status] ? ' ' + links[r.link_status] : '');
+      for (const v of [r.time, r.link, status, r.ssid, r.bssid, r.frequency, r.ipv4_addr,
                        r.country_code]) {
-        row.appendChild(element('td', '', String(v)));
+        row.appendChild(textCell(String(v)));
       }
       table.appendChild(row);
     }
     return table;
+  }
+
+  // A record's text as nexhost prints bytes (\xNN for what is not printable): the NULs that
+  // pad a field are not shown; the cell's title and the event's expanded row have them.
+  function textCell(text) {
+    const shown = text.replace(/(\\x00)+$/, '');
+    const cell = element('td', '', shown);
+    if (shown !== text) cell.title = 'bytes: ' + text;
+    return cell;
   }
 
   function drawProfiles() {
@@ -177,7 +227,7 @@
       card.appendChild(element('h3', '', chartTitle(p)));
       card.appendChild(element('p', 'caption', profileCaption(p)));
       section.appendChild(card);
-      drawChart(card, p, { ylabel: 'status', y2label: 'reason code', valueRange: [-0.2, 2.2] });
+      drawPanels(card, p);
       if (p.availability.length > 0) {
         card.appendChild(element('p', 'caption',
                                  'WLAN availability records' +
