@@ -33,6 +33,8 @@ function expectedCharts(events) {
   };
   const bump = (counts, label) => { counts[label] = (counts[label] || 0) + 1; };
   const last = events.length ? events[events.length - 1].time : 0;
+  // Without steps (a filtered run) a measurement is known by its reports alone.
+  const steps = events.some((e) => e.kind === 'step');
   for (const e of events) {
     if (e.kind === 'step' && e.action === 'start') pending = { e, timers: [] };
     if (e.kind === 'timer' && e.action === 'add' && pending) pending.timers.push(e.period);
@@ -57,7 +59,12 @@ function expectedCharts(events) {
     if (e.kind !== 'modem') continue;
     const f = e.fields;
     if (e.message === 'wifi_meas_report') {
-      const m = measurements.find((x) => x.id === f.wifi_meas_id && x.client === e.client);
+      let m = measurements.find((x) => x.id === f.wifi_meas_id && x.client === e.client);
+      if (!m && !steps) {
+        m = { client: e.client, id: f.wifi_meas_id, connected: false, counts: {} };
+        measurements.push(m);
+        charts.set('Measurement ' + m.id + ', client ' + m.client, m.counts);
+      }
       if (!m) continue;
       if (m.connected) {
         bump(m.counts, 'reported');
@@ -231,6 +238,16 @@ async function checkReport(browser, html, events, text, expected) {
     }
   }
 
+  // The legend of each chart lists its drawn series and no other.
+  const legends = await evaluate(`[...document.querySelectorAll('.chart:not(.empty)')].map((c) =>
+      [c.dataset.title, c.dataset.points, c.nextElementSibling.textContent])`);
+  for (const [title, points, legend] of legends) {
+    for (const [label, n] of Object.entries(JSON.parse(points))) {
+      if (n === 0) problems.push(title + ': "' + label + '" is in the legend but not drawn');
+      if (!legend.includes(label)) problems.push(title + ': the legend lacks "' + label + '"');
+    }
+  }
+
   const listed = await evaluate("document.getElementById('timeline-count').textContent");
   if (!String(listed).startsWith(events.length + ' of ' + events.length + ' events')) {
     problems.push('timeline: "' + listed + '", expected ' + events.length + ' events');
@@ -271,6 +288,12 @@ async function checkReport(browser, html, events, text, expected) {
     for (const key of Object.keys(modem[0].fields)) {
       if (!keys.includes(key)) problems.push('the first modem message does not show ' + key);
     }
+  }
+  // Nothing the page says is a value the script failed to make.
+  const said = await evaluate('document.body.innerText');
+  for (const bad of ['undefined', 'NaN', '[object Object]']) {
+    const at = said.indexOf(bad);
+    if (at >= 0) problems.push('the page says "' + said.slice(Math.max(0, at - 60), at + 40) + '"');
   }
   await evaluate("window.scrollTo(0, 0)");
   const shot = await send('Page.captureScreenshot', { format: 'png' });

@@ -3,7 +3,8 @@
 # the run and the one it writes from the saved --json run must be the same page, and
 # headless Chromium must draw it without a console error, with as many chart points as
 # the run has samples and reports (tests/report/browser-check.js). With connected-rssi
-# among them, so must its report compared with the same run at alpha 0.8 (compared.html).
+# among them, so must its report compared with the same run at alpha 0.8 (compared.html),
+# and the report of its modem messages alone (modem-only.html).
 # Screenshots go to OUT.
 #   browser.sh NEXHOST OUT EXAMPLE.json...      exit 77: Chromium or Node.js is missing
 set -euo pipefail
@@ -33,6 +34,11 @@ for example in "$@"; do
 done
 for example in "$@"; do
   [ "$(basename "$example")" = connected-rssi.json ] || continue
+  # A run filtered to the modem messages: its reports drawn, what is missing said.
+  "$nexhost" run --json --only modem "$example" >"$out/modem-only.jsonl"
+  "$nexhost" run --only modem "$example" >"$out/modem-only.txt"
+  "$nexhost" report - -o "$out/modem-only.html" <"$out/modem-only.jsonl"
+  pairs+=("$out/modem-only.html=$out/modem-only.jsonl=$out/modem-only.txt")
   ln -sfn "$(cd "$(dirname "$example")" && pwd)/captures" "$out/captures"
   sed 's/"alpha": 0.5/"alpha": 0.8/' "$example" >"$out/alpha-0.8.json"
   "$nexhost" run --json "$out/alpha-0.8.json" >"$out/alpha-0.8.jsonl"
