@@ -2,10 +2,12 @@
 // be split is refused. (tests/cli/decode-dumps.sh reads every example record in each form.)
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
 #include "modem/RecordDump.h"
+#include "modem/RecordInput.h"
 
 namespace {
 
@@ -149,6 +151,45 @@ TEST(RecordDumpTest, RefusalSaysHowItTried) {
   for (const auto& c : cases) {
     const Outcome out = read(c.text, c.type);
     EXPECT_EQ(out.error.rfind(c.error, 0), 0u) << c.text << "\n  got: " << out.error;
+  }
+}
+
+// decode's bounds: a stream or the arguments stop at the first line or record past them,
+// naming where, and nothing past the record limit is handed on.
+TEST(RecordDumpTest, InputStopsAtItsBoundsNamingWhere) {
+  nexhost::RecordInputLimits limits;
+  limits.lineBytes = 16;
+  limits.records = 2;
+  const struct {
+    std::string input;  // standard input; empty: the arguments below
+    std::vector<std::string> arguments;
+    std::size_t handedOn;
+    const char* error;
+  } cases[] = {
+      {"07000000\n08000000\n", {}, 2, ""},
+      {"07000000\n08000000\n09000000\n", {}, 2,
+       "standard input line 3: more than 2 records"},
+      {"07000000\n0700000007000000070000000\n", {}, 1,
+       "standard input line 2: longer than 16 bytes"},
+      {"", {"07000000", "08000000", "09000000"}, 2, "argument 3: more than 2 records"},
+      {"", {"07000000", "07 0g"}, 1, "argument 2: \"g\" at column 5 is not a hex digit"},
+  };
+  for (const auto& c : cases) {
+    std::size_t handedOn = 0;
+    const nexhost::RecordSink count = [&](const RecordBytes&) { ++handedOn; };
+    std::string error;
+    if (c.input.empty()) {
+      error = nexhost::readRecordArguments(c.arguments, nullptr, limits, count);
+    } else {
+      std::string text = c.input;
+      std::FILE* in = fmemopen(text.data(), text.size(), "r");
+      ASSERT_NE(in, nullptr);
+      error = nexhost::readRecordStream(in, "standard input", nullptr, limits, count,
+                                        [] { return true; });
+      std::fclose(in);
+    }
+    EXPECT_EQ(error, c.error) << c.input;
+    EXPECT_EQ(handedOn, c.handedOn) << c.input;
   }
 }
 

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <fstream>
@@ -223,6 +224,16 @@ TEST(ScenarioLoaderTest, FlagsCountsAndBytesAreTakenAsGiven) {
   EXPECT_EQ(init.iccid_len, 511u);
   EXPECT_EQ(init.iccid[0], 0xab);
   EXPECT_EQ(init.iccid[1], 0xcd);
+}
+
+// The docs promise absent configuration fields are 0: netType too, though it is usually
+// named.
+TEST(ScenarioLoaderTest, AbsentConfigurationFieldsAreZero) {
+  const Scenario s = parse(R"({"steps": [{"wlan_config": {}}]})");
+  const auto config = s.steps.at(0).config();
+  const auto* bytes = reinterpret_cast<const unsigned char*>(&config);
+  EXPECT_EQ(std::count(bytes, bytes + sizeof config, 0), static_cast<long>(sizeof config));
+  EXPECT_FALSE(s.steps.at(0).configTarget.has_value());
 }
 
 }  // namespace

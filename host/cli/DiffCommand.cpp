@@ -1,15 +1,64 @@
-#include "DiffCommand.h"
-
+// nexhost diff A.jsonl B.jsonl: two saved runs compared event by event.
 #include <cstdio>
+#include <memory>
 
+#include "Command.h"
 #include "compare/RunDiff.h"
 #include "events/EventLines.h"
 
 namespace nexhost {
 
-CLI::App* addDiffCommand(CLI::App& app, const std::set<std::string>& kinds, DiffCommand* o) {
-  CLI::App* cmd = app.add_subcommand(
-      "diff", "Compare two runs saved with --json event by event; exit 0 when equal, 1 when not.");
+namespace {
+
+struct DiffOptionsGiven {
+  std::string a;
+  std::string b;
+  bool ignoreTime = false;
+  std::vector<std::string> only;
+  std::vector<std::string> ignore;
+  std::size_t context = 3;
+  std::size_t max = 10;
+  bool quiet = false;
+};
+
+int compareRuns(const DiffOptionsGiven& o) {
+  constexpr int kEqual = 0;
+  constexpr int kDifferent = 1;
+  constexpr int kBadInput = 2;
+  if (o.a == "-" && o.b == "-") {
+    std::fprintf(stderr, "nexhost: diff: only one of the runs can be standard input\n");
+    return kBadInput;
+  }
+  SavedRun runA;
+  SavedRun runB;
+  std::string error;
+  if (!runA.open(o.a, &error) || !runB.open(o.b, &error)) {
+    std::fprintf(stderr, "nexhost: %s\n", error.c_str());
+    return kBadInput;
+  }
+  DiffOptions options;
+  options.ignoreTime = o.ignoreTime;
+  options.only.insert(o.only.begin(), o.only.end());
+  options.ignore.insert(o.ignore.begin(), o.ignore.end());
+  options.context = o.context;
+  options.maxShown = o.max;
+  EventLines a(runA.stream(), runA.name());
+  EventLines b(runB.stream(), runB.name());
+  const DiffResult result = diffRuns(a, b, options, o.quiet ? nullptr : stdout);
+  if (!result.error.empty()) {
+    std::fflush(stdout);  // what was found so far, before the reason it stopped
+    std::fprintf(stderr, "nexhost: invalid run: %s\n", result.error.c_str());
+    return kBadInput;
+  }
+  return result.differences == 0 ? kEqual : kDifferent;
+}
+
+}  // namespace
+
+std::function<int()> defineDiff(CLI::App* cmd, const GlobalOptions&) {
+  auto given = std::make_shared<DiffOptionsGiven>();
+  DiffOptionsGiven* o = given.get();
+  const std::vector<std::string> kinds = eventKindNames();
   cmd->add_option("A", o->a, "the first run's JSON Lines (- for standard input)")
       ->type_name("FILE")
       ->required();
@@ -45,39 +94,7 @@ CLI::App* addDiffCommand(CLI::App& app, const std::set<std::string>& kinds, Diff
       "(wifi_meas_report.bss_info[0].rssi: -44 -> -48). Events are paired in order; an event\n"
       "only one run has is found up to 8 events ahead. A line that is not an event stops it\n"
       "with exit code 2, naming the line.\n");
-  return cmd;
-}
-
-int runDiffCommand(const DiffCommand& o) {
-  constexpr int kEqual = 0;
-  constexpr int kDifferent = 1;
-  constexpr int kBadInput = 2;
-  if (o.a == "-" && o.b == "-") {
-    std::fprintf(stderr, "nexhost: diff: only one of the runs can be standard input\n");
-    return kBadInput;
-  }
-  SavedRun runA;
-  SavedRun runB;
-  std::string error;
-  if (!runA.open(o.a, &error) || !runB.open(o.b, &error)) {
-    std::fprintf(stderr, "nexhost: %s\n", error.c_str());
-    return kBadInput;
-  }
-  DiffOptions options;
-  options.ignoreTime = o.ignoreTime;
-  options.only.insert(o.only.begin(), o.only.end());
-  options.ignore.insert(o.ignore.begin(), o.ignore.end());
-  options.context = o.context;
-  options.maxShown = o.max;
-  EventLines a(runA.stream(), runA.name());
-  EventLines b(runB.stream(), runB.name());
-  const DiffResult result = diffRuns(a, b, options, o.quiet ? nullptr : stdout);
-  if (!result.error.empty()) {
-    std::fflush(stdout);  // what was found so far, before the reason it stopped
-    std::fprintf(stderr, "nexhost: invalid run: %s\n", result.error.c_str());
-    return kBadInput;
-  }
-  return result.differences == 0 ? kEqual : kDifferent;
+  return [given] { return compareRuns(*given); };
 }
 
 }  // namespace nexhost

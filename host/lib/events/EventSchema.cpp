@@ -1,5 +1,6 @@
 #include "events/EventSchema.h"
 
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <map>
@@ -16,7 +17,7 @@ namespace {
 constexpr std::size_t kMaxDepth = 32;
 const char* const kRunWithJson = "run with --json";
 
-enum class Type { kInteger, kText, kBoolean, kTextOrNull, kRecord };
+enum class Type { kInteger, kText, kBoolean, kTextOrNull, kRecord, kTextList };
 
 struct EventKey {
   const char* kind;
@@ -36,6 +37,10 @@ const EventKey kEventKeys[] = {
     {"step", "to", Type::kText},
     {"step", "config", Type::kRecord},
     {"step", "bytes", Type::kText},
+    // A replies step: the commands (or hostapd_cli lines) whose scripts change, by peer.
+    {"step", "sta", Type::kTextList},
+    {"step", "p2p", Type::kTextList},
+    {"step", "hostapd", Type::kTextList},
     {"result", "operation", Type::kText},
     {"result", "wifi_meas_id", Type::kInteger},
     {"result", "accepted", Type::kBoolean},
@@ -95,6 +100,18 @@ const std::unordered_map<std::string, KeyTypes>& eventKeys() {
   }();
   return byKind;
 }
+
+}  // namespace
+
+std::vector<std::string> eventKinds() {
+  std::vector<std::string> kinds;
+  for (const EventKey& row : kEventKeys) {
+    if (kinds.empty() || kinds.back() != row.kind) kinds.push_back(row.kind);
+  }
+  return kinds;
+}
+
+namespace {
 
 const char* typeName(const Json& value) {
   if (value.is_number_integer()) return "an integer";
@@ -185,6 +202,9 @@ bool matchesType(const Json& value, Type type) {
       return value.is_string() || value.is_null();
     case Type::kRecord:
       return value.is_object();
+    case Type::kTextList:
+      return value.is_array() &&
+             std::all_of(value.begin(), value.end(), [](const Json& v) { return v.is_string(); });
   }
   return false;
 }
@@ -201,6 +221,8 @@ const char* typeText(Type type) {
       return "a text or null";
     case Type::kRecord:
       return "an object";
+    case Type::kTextList:
+      return "a list of texts";
   }
   return "";
 }

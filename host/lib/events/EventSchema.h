@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "events/Trace.h"
 
@@ -20,5 +21,9 @@ namespace nexhost {
 // Time and memory are linear in the line: objects are built in their order without a
 // look-up per key, and every key is looked up once.
 std::optional<Event> readEventLine(const std::string& line, std::string* error);
+
+// Every kind of event a run writes, in the order the schema lists them ("step", "result",
+// "modem", ...): what --only and --ignore take.
+std::vector<std::string> eventKinds();
 
 }  // namespace nexhost
