@@ -19,11 +19,25 @@ std::vector<std::string> split(const std::string& line, char separator) {
   return fields;
 }
 
+bool sameSelection(const std::vector<SelectedBss>& a, const std::vector<SelectedBss>& b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i) {
+    if (a[i].ssid != b[i].ssid || a[i].bssid != b[i].bssid || a[i].freq != b[i].freq ||
+        a[i].rssi != b[i].rssi) {
+      return false;
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   resetFuzzLogger();
   WifiScanResult parsed;
+  // The same lines, filtered by walking the indexes only: both ways must select the same.
+  WifiScanResult walked;
+  walked.filterByIndexWalkOnly(true);
   std::list<MeasurementRequestReport> requests;
   std::istringstream lines(textOf(data, size));
   std::string line;
@@ -42,6 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     } else {
       f.resize(5);
       parsed.addData(f[0], f[1], static_cast<int16_t>(textToInt(f[2].c_str())), f[4]);
+      walked.addData(f[0], f[1], static_cast<int16_t>(textToInt(f[2].c_str())), f[4]);
     }
   }
   WifiScanResult result;
@@ -54,6 +69,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   FUZZ_CHECK(grouped <= result.filteredList.size());
   for (const SelectedBss& record : result.filteredList) {
     FUZZ_CHECK(result.byBssidFreq.count(record.bssid + "&" + record.freq) == 1);
+  }
+  walked.filterData(requests);
+  FUZZ_CHECK(sameSelection(walked.filteredList, result.filteredList));
+  FUZZ_CHECK(walked.filteredBySsid.size() == result.filteredBySsid.size());
+  auto group = result.filteredBySsid.begin();
+  for (const auto& [ssid, records] : walked.filteredBySsid) {
+    FUZZ_CHECK(group->first == ssid && sameSelection(group->second, records));
+    ++group;
   }
   return 0;
 }

@@ -223,6 +223,9 @@ class WifiScanResult {
   void filterData(std::list<MeasurementRequestReport>& requests);
   void findPartialKey(const std::string& ssid, const std::string& bssid, uint16_t channel);
   void dumpReport();
+  // Every filter walks the indexes, as when lines share keys: for tests that compare both
+  // ways of filtering.
+  void filterByIndexWalkOnly(bool only) { indexWalkOnly_ = only; }
 
   ScanKeyIndex byFreqBssidSsid{this, ScanKeyIndex::Keys::kFreqBssidSsid};
   ScanKeyIndex byBssidFreq{this, ScanKeyIndex::Keys::kBssidFreq};
@@ -234,34 +237,59 @@ class WifiScanResult {
  private:
   // What the filters of one request share: its SSID, and whether the SSID's group is known
   // to exist (groups are never removed); the BSSID being filtered, and the byBssidFreq
-  // entries whose keys begin with it and "&", found when first needed.
+  // entries whose keys begin with it, found when first needed.
+  //
+  // A named SSID takes few lines, so when every line holds its own keys (as in any real
+  // scan) its filters test just those lines, found once per request (`lines`), and of them
+  // the ones a specific BSSID can reach, found once per BSSID. Otherwise `byLine` is false
+  // and each filter walks the indexes.
   struct RequestFilter {
     explicit RequestFilter(const std::string& requestSsid);
     void setBssid(const std::string& filterBssid);
     const std::string& ssid;
     bool anySsid;
     bool groupExists = false;
+    bool byLine = false;
+    const std::vector<const StoredBss*>* lines = nullptr;  // the lines its SSID takes
+    bool allBssidLinesFound = false;
     const std::string* bssid = nullptr;
     bool broadcast = false;
     bool bssidKeysFound = false;
     ScanKeyIndex::Range bssidKeys;
-    // The texts of the channel codes met so far: a request names its codes once for each
-    // BSSID, so each is written once. A slot of size 0 is empty.
-    struct ChannelText {
-      uint16_t code = 0;
-      uint8_t size = 0;
-      char text[5];
-    };
-    ChannelText channelTexts[16];
+    // The decimal text of the current channel code.
+    char channelDigits[5];
     std::string_view channelTextOf(uint16_t channel);
   };
 
+  // The case of a filter, from whether its BSSID and its channel are specific.
+  enum class Reach { kChannel, kBssid, kBssidOnChannel, kEverything };
+  static Reach reachOf(const RequestFilter& filter, uint16_t channel);
+
   void filterChannel(RequestFilter& filter, uint16_t channel);
+  // Filters by walking the indexes.
+  void walkIndexes(RequestFilter& filter, uint16_t channel);
   // Calls visit(line) for each line the BSSID and channel of a filter reach.
   template <typename Visit>
-  void filterFreqAndBssid(RequestFilter& filter, uint16_t channel, std::string_view channelText,
+  void filterFreqAndBssid(RequestFilter& filter, Reach reach, std::string_view channelText,
                           Visit visit);
   void addMatch(const StoredBss& line);
+  // Filters through the lines of the request (see RequestFilter).
+  void startRequestLines(RequestFilter& filter);
+  void startBssidLines(RequestFilter& filter);
+  void filterLines(RequestFilter& filter, uint16_t channel);
+  // Of `lines`, those with a key that begins with `bssid`.
+  struct BssidLine;
+  static void findBssidLines(std::string_view bssid, const std::vector<const StoredBss*>& lines,
+                             std::vector<BssidLine>& found);
+  // The same of all lines, into allBssidLines_.
+  void findAllBssidLines(std::string_view bssid);
+  // Calls reached(line) for each of `lines` (of `bssidLines` for a specific BSSID) that the
+  // filter reaches, in their order, while it returns true.
+  template <typename Reached>
+  void forReachedLines(RequestFilter& filter, Reach reach, uint16_t channel,
+                       const std::vector<const StoredBss*>& lines,
+                       const std::vector<BssidLine>& bssidLines, Reached reached);
+  const ScanKeyIndex::Range& bssidKeysOf(RequestFilter& filter);
   void filterSsid(RequestFilter& filter, bool reached);
   // The group of `ssid` in filteredBySsid, made (from a node kept by clear()) when missing;
   // made says whether it was.
@@ -275,7 +303,28 @@ class WifiScanResult {
   std::vector<Group> spareGroups_;  // groups that clear() took out, to be reused
   friend class ScanKeyIndex;        // fills itself from the lines, its keys into keys_
   mutable ScanKeyArena keys_;
-  std::string keyScratch_;          // where a key to look up is built
   std::vector<KeyedLine> matches_;  // one filter's lines, by ssid&bssid, first reached wins
   uint64_t filterRuns_ = 0;         // filters run on this store, the current one included
+  // The lines by ssid&bssid and by BSSID, sorted when first needed, and whether each line
+  // holds all of its keys.
+  bool linesHoldTheirKeys();
+  std::vector<KeyedLine> bySsidBssid_;
+  std::vector<KeyedLine> byBssid_;
+  bool linesSorted_ = false;
+  bool linesHoldTheirKeys_ = false;
+  std::vector<const StoredBss*> allLines_;      // the lines by ssid&bssid
+  std::vector<const StoredBss*> requestLines_;  // of those, the ones a named SSID takes
+  // Of those, the ones with a key that begins with the specific BSSID of a filter. Of a
+  // line with that very BSSID whose frequency text is a channel code's text, the codes of
+  // its frequency and band (else -1) decide without reading texts.
+  struct BssidLine {
+    const StoredBss* line;
+    bool sameBssid;
+    int32_t frequencyCode;
+    int32_t bandCode;
+  };
+  std::vector<BssidLine> bssidLines_;
+  std::vector<BssidLine> allBssidLines_;        // the same of all lines, when needed
+  std::vector<const StoredBss*> bssidMatches_;  // where those are looked up
+  bool indexWalkOnly_ = false;
 };

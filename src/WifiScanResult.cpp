@@ -55,11 +55,51 @@ std::string_view channelTextOf(uint16_t channel, char (&buffer)[5]) {
   }
 }
 
-// key = first + "&" + second, in the caller's buffer.
-std::string_view joined(std::string& key, std::string_view first, std::string_view second) {
-  key.assign(first.data(), first.size()).push_back('&');
-  key.append(second.data(), second.size());
-  return key;
+// The first bytes tell most texts apart without a call.
+inline bool startsWith(std::string_view text, std::string_view prefix) {
+  if (text.size() < prefix.size()) return false;
+  if (prefix.empty()) return true;
+  return text[0] == prefix[0] && std::memcmp(text.data(), prefix.data(), prefix.size()) == 0;
+}
+
+// Whether key = first + "&" + second.
+bool isJoined(std::string_view key, std::string_view first, std::string_view second) {
+  return key.size() == first.size() + 1 + second.size() && key[first.size()] == '&' &&
+         startsWith(key, first) && key.substr(first.size() + 1) == second;
+}
+
+// Codes 1 to 3 stand for a band's name, every other for its decimal text.
+bool isBandCode(uint16_t channel) { return channel >= kBand24 && channel <= kBand5; }
+
+// The channel code whose text is the line's frequency text, or -1 when no code's is.
+int32_t frequencyCodeOf(const StoredBss& line) {
+  const std::string_view freq = line.info.freq;
+  uint32_t code = 0;
+  for (char c : freq) {
+    if (c < '0' || c > '9') return -1;
+    code = code * 10 + static_cast<uint32_t>(c - '0');
+    if (code > kAnyChannel) return -1;
+  }
+  const bool canonical = !freq.empty() && (freq[0] != '0' || freq.size() == 1);
+  return canonical ? static_cast<int32_t>(code) : -1;
+}
+
+// The code of the line's band key, or -1 when it has none that a code's text can be.
+int32_t bandCodeOf(const StoredBss& line) {
+  if (!line.hasFrequency || line.band.empty()) return -1;
+  if (line.band == kBand24Text) return kBand24;
+  if (line.band == kBand36Text) return kBand36;
+  return kBand5;
+}
+
+bool hasSeparator(std::string_view text) { return text.find('&') != std::string_view::npos; }
+
+// Whether part + "&" + rest is in the prefix range of `prefix`, a text without "&": the part
+// begins with the prefix and goes on, if at all, with a byte below '~' ("&" is one).
+bool beginsKeyRange(std::string_view part, std::string_view prefix) {
+  return startsWith(part, prefix) &&
+         (part.size() == prefix.size() ||
+          static_cast<unsigned char>(part[prefix.size()]) < static_cast<unsigned char>('~'));
 }
 
 template <typename Value>
@@ -265,6 +305,9 @@ WifiScanResult& WifiScanResult::operator=(WifiScanResult&& other) noexcept {
   moveOut(spareGroups_, other.spareGroups_);
   keys_ = std::move(other.keys_);
   other.keys_.clear();
+  // Sorted again when next needed; each side keeps its room.
+  linesSorted_ = false;
+  other.linesSorted_ = false;
   return *this;
 }
 
@@ -280,6 +323,7 @@ void WifiScanResult::clear() {
   lineCount_ = 0;
   keys_.clear();
   matches_.clear();
+  linesSorted_ = false;
 }
 
 void WifiScanResult::reserve(std::size_t lines) {
@@ -319,14 +363,17 @@ void WifiScanResult::addLine(std::string_view bssid, std::string_view freq, int1
   byFreqBssidSsid.clear();
   byBssidFreq.clear();
   byFreqBssid.clear();
+  linesSorted_ = false;
 }
 
 void WifiScanResult::filterData(std::list<MeasurementRequestReport>& requests) {
   // Filtering never changes a request, so its BSSIDs and channels are read in place.
   for (const MeasurementRequestReport& request : requests) {
     RequestFilter filter(request.ssid);
+    startRequestLines(filter);
     for (const auto& [bssid, channels] : request.bssidChannels) {
       filter.setBssid(bssid);
+      startBssidLines(filter);
       for (uint16_t channel : channels) filterChannel(filter, channel);
     }
   }
@@ -337,7 +384,9 @@ void WifiScanResult::filterData(std::list<MeasurementRequestReport>& requests) {
 void WifiScanResult::findPartialKey(const std::string& ssid, const std::string& bssid,
                                     uint16_t channel) {
   RequestFilter filter(ssid);
+  startRequestLines(filter);
   filter.setBssid(bssid);
+  startBssidLines(filter);
   filterChannel(filter, channel);
 }
 
@@ -351,28 +400,36 @@ void WifiScanResult::RequestFilter::setBssid(const std::string& filterBssid) {
 }
 
 std::string_view WifiScanResult::RequestFilter::channelTextOf(uint16_t channel) {
-  ChannelText& slot = channelTexts[channel % std::size(channelTexts)];
-  if (slot.size == 0 || slot.code != channel) {
-    char buffer[sizeof(slot.text)];
-    const std::string_view text = ::channelTextOf(channel, buffer);
-    if (text.size() > sizeof(slot.text)) return text;  // a band name, which stays
-    std::memcpy(slot.text, text.data(), text.size());
-    slot.code = channel;
-    slot.size = static_cast<uint8_t>(text.size());
-  }
-  return std::string_view(slot.text, slot.size);
+  return ::channelTextOf(channel, channelDigits);
 }
 
-void WifiScanResult::filterChannel(RequestFilter& filter, uint16_t channel) {
+WifiScanResult::Reach WifiScanResult::reachOf(const RequestFilter& filter, uint16_t channel) {
+  const bool anyChannel = channel == kAnyChannel;
+  if (!anyChannel) return filter.broadcast ? Reach::kChannel : Reach::kBssidOnChannel;
+  return filter.broadcast ? Reach::kEverything : Reach::kBssid;
+}
+
+// Inline: a large request runs thousands of filters, most of which take nothing.
+inline void WifiScanResult::filterChannel(RequestFilter& filter, uint16_t channel) {
   MDX_LOG(1, "WifiScanResult::findPartialKey  %s %s %d", filter.ssid.c_str(), filter.bssid->c_str(),
           static_cast<int>(channel));
+  if (!filter.byLine) {
+    walkIndexes(filter, channel);
+  } else if (filter.broadcast || !bssidLines_.empty() || (!filter.anySsid && !filter.groupExists)) {
+    // Others name a BSSID of another network, or one not in the scan, and take nothing;
+    // only a named SSID's filters may still make its (empty) group.
+    filterLines(filter, channel);
+  }
+}
+
+void WifiScanResult::walkIndexes(RequestFilter& filter, uint16_t channel) {
   const std::string_view channelText = filter.channelTextOf(channel);
   // A named SSID takes only the lines whose ssid&bssid key is in its prefix range, so only
   // those are kept; whether the filter reached any line at all still counts.
   bool reached = false;
   matches_.clear();
   ++filterRuns_;
-  filterFreqAndBssid(filter, channel, channelText, [&](const StoredBss& line) {
+  filterFreqAndBssid(filter, reachOf(filter, channel), channelText, [&](const StoredBss& line) {
     reached = true;
     // A line reached again, through its other key, is already decided.
     if (line.lastFilterRun == filterRuns_) return;
@@ -383,30 +440,211 @@ void WifiScanResult::filterChannel(RequestFilter& filter, uint16_t channel) {
 }
 
 template <typename Visit>
-void WifiScanResult::filterFreqAndBssid(RequestFilter& filter, uint16_t channel,
+void WifiScanResult::filterFreqAndBssid(RequestFilter& filter, Reach reach,
                                         std::string_view channelText, Visit visit) {
-  const bool anyChannel = channel == kAnyChannel;
-  if (!anyChannel && filter.broadcast) {
-    byFreqBssid.forPrefix(channelText, visit);
-  } else if (anyChannel && !filter.broadcast) {
-    byBssidFreq.forPrefix(*filter.bssid, visit);
-  } else if (!anyChannel && !filter.broadcast) {
-    // The key bssid + "&" + channelText, among the few that begin with bssid + "&": a
-    // request names each BSSID with many channels.
-    if (!filter.bssidKeysFound) {
-      filter.bssidKeys = byBssidFreq.startingWith(joined(keyScratch_, *filter.bssid, ""));
-      filter.bssidKeysFound = true;
-    }
-    const std::size_t prefixSize = filter.bssid->size() + 1;
-    for (const auto* entry = filter.bssidKeys.first; entry != filter.bssidKeys.second; ++entry) {
-      if (entry->key.substr(prefixSize) == channelText) {
-        visit(*entry->line);
-        break;
+  switch (reach) {
+    case Reach::kChannel:
+      byFreqBssid.forPrefix(channelText, visit);
+      break;
+    case Reach::kBssid:
+      byBssidFreq.forPrefix(*filter.bssid, visit);
+      break;
+    case Reach::kBssidOnChannel:
+      // The key bssid + "&" + channelText, among the few that begin with the BSSID: a
+      // request names each BSSID with many channels.
+      for (const KeyedLine *entry = bssidKeysOf(filter).first, *end = filter.bssidKeys.second;
+           entry != end; ++entry) {
+        if (isJoined(entry->key, *filter.bssid, channelText)) {
+          visit(*entry->line);
+          break;
+        }
+      }
+      break;
+    case Reach::kEverything:
+      byBssidFreq.forEach(visit);
+      break;
+  }
+}
+
+const ScanKeyIndex::Range& WifiScanResult::bssidKeysOf(RequestFilter& filter) {
+  if (!filter.bssidKeysFound) {
+    filter.bssidKeys = byBssidFreq.startingWith(*filter.bssid);
+    filter.bssidKeysFound = true;
+  }
+  return filter.bssidKeys;
+}
+
+// ---- Filtering through the lines
+
+bool WifiScanResult::linesHoldTheirKeys() {
+  if (linesSorted_) return linesHoldTheirKeys_;
+  linesSorted_ = true;
+  bySsidBssid_.clear();
+  byBssid_.clear();
+  allLines_.clear();
+  bool separated = true;
+  for (std::size_t i = 0; i < lineCount_; ++i) {
+    const StoredBss& line = *lines_[i];
+    bySsidBssid_.emplace_back(line.ssidBssid, &line);
+    byBssid_.emplace_back(line.info.bssid, &line);
+    separated = separated && !hasSeparator(line.info.bssid) && !hasSeparator(line.info.freq);
+  }
+  std::sort(bySsidBssid_.begin(), bySsidBssid_.end(), keyThenOrder);
+  for (const KeyedLine& entry : bySsidBssid_) allLines_.push_back(entry.line);
+  std::sort(byBssid_.begin(), byBssid_.end(), keyThenOrder);
+  // With no "&" in a BSSID or frequency text every key splits one way only, and each
+  // begins or ends with its line's BSSID: when no two lines share a BSSID, no two share a
+  // key, and every line holds all of its keys. Otherwise which line holds a key depends on
+  // the order of the lines, and only a walk of the indexes tells.
+  linesHoldTheirKeys_ =
+      separated && std::adjacent_find(byBssid_.begin(), byBssid_.end(), sameKey) == byBssid_.end();
+  return linesHoldTheirKeys_;
+}
+
+void WifiScanResult::startRequestLines(RequestFilter& filter) {
+  filter.byLine = false;
+  if (indexWalkOnly_ || !linesHoldTheirKeys()) return;
+  filter.byLine = true;
+  if (filter.anySsid) {
+    filter.lines = &allLines_;
+    return;
+  }
+  requestLines_.clear();
+  for (auto it = std::lower_bound(bySsidBssid_.begin(), bySsidBssid_.end(),
+                                  KeyedLine(filter.ssid, nullptr));
+       it != bySsidBssid_.end() && withinPrefixRange(it->key, filter.ssid); ++it) {
+    requestLines_.push_back(it->line);
+  }
+  filter.lines = &requestLines_;
+}
+
+void WifiScanResult::startBssidLines(RequestFilter& filter) {
+  if (!filter.byLine || filter.broadcast) return;
+  findBssidLines(*filter.bssid, *filter.lines, bssidLines_);
+  filter.allBssidLinesFound = false;
+}
+
+void WifiScanResult::findBssidLines(std::string_view bssid,
+                                    const std::vector<const StoredBss*>& lines,
+                                    std::vector<BssidLine>& found) {
+  // The lines with a key that begins with the BSSID, the only keys it can reach.
+  found.clear();
+  for (const StoredBss* line : lines) {
+    const std::string_view text = line->info.bssid;
+    if (text.size() == bssid.size()) {
+      if (text == bssid) {
+        found.push_back(BssidLine{line, true, frequencyCodeOf(*line), bandCodeOf(*line)});
+      }
+    } else if (text.size() > bssid.size()) {
+      // Its keys go on after the filter's text with the rest of the BSSID; only the range
+      // of any channel reaches them.
+      if (beginsKeyRange(text, bssid)) found.push_back(BssidLine{line, false, -1, -1});
+    } else if (bssid[text.size()] == '&' && startsWith(bssid, text)) {
+      // The filter's text goes on into the keys' frequency or band.
+      const std::string_view rest = bssid.substr(text.size() + 1);
+      if (beginsKeyRange(line->info.freq, rest) ||
+          (line->hasFrequency && beginsKeyRange(line->band, rest))) {
+        found.push_back(BssidLine{line, false, -1, -1});
       }
     }
-  } else {
-    byBssidFreq.forEach(visit);
   }
+}
+
+void WifiScanResult::findAllBssidLines(std::string_view bssid) {
+  // The BSSIDs that begin with it sort together; one that it begins with, and goes on with
+  // "&" and a frequency or band, is found on its own.
+  std::vector<const StoredBss*>& lines = bssidMatches_;
+  lines.clear();
+  for (auto it = std::lower_bound(byBssid_.begin(), byBssid_.end(), KeyedLine(bssid, nullptr));
+       it != byBssid_.end() && startsWith(it->key, bssid); ++it) {
+    lines.push_back(it->line);
+  }
+  const std::size_t separator = bssid.find('&');
+  if (separator != std::string_view::npos) {
+    const KeyedLine head(bssid.substr(0, separator), nullptr);
+    const auto it = std::lower_bound(byBssid_.begin(), byBssid_.end(), head);
+    if (it != byBssid_.end() && sameKey(*it, head)) lines.push_back(it->line);
+  }
+  findBssidLines(bssid, lines, allBssidLines_);
+}
+
+template <typename Reached>
+void WifiScanResult::forReachedLines(RequestFilter& filter, Reach reach, uint16_t channel,
+                                     const std::vector<const StoredBss*>& lines,
+                                     const std::vector<BssidLine>& bssidLines, Reached reached) {
+  // Each line holds its own keys: what reaches a line through a key is what a walk of
+  // that key's index would meet. `reached` returns whether to go on.
+  switch (reach) {
+    case Reach::kEverything:
+      for (const StoredBss* line : lines) {
+        if (!reached(*line)) return;
+      }
+      return;
+    case Reach::kChannel: {
+      const std::string_view channelText = filter.channelTextOf(channel);
+      for (const StoredBss* line : lines) {
+        if ((beginsKeyRange(line->info.freq, channelText) ||
+             (line->hasFrequency && beginsKeyRange(line->band, channelText))) &&
+            !reached(*line)) {
+          return;
+        }
+      }
+      return;
+    }
+    case Reach::kBssid:
+      // Every line found for the BSSID has a key in its range.
+      for (const BssidLine& candidate : bssidLines) {
+        if (!reached(*candidate.line)) return;
+      }
+      return;
+    case Reach::kBssidOnChannel: {
+      // bssid&channelText is the key of a line of that very BSSID whose frequency or band
+      // has that text.
+      std::string_view channelText;
+      for (const BssidLine& candidate : bssidLines) {
+        if (!candidate.sameBssid) continue;
+        const StoredBss& line = *candidate.line;
+        bool match;
+        if (candidate.frequencyCode >= 0) {
+          match = (!isBandCode(channel) && channel == candidate.frequencyCode) ||
+                  channel == candidate.bandCode;
+        } else {
+          if (channelText.empty()) channelText = filter.channelTextOf(channel);
+          match = line.info.freq == channelText || (line.hasFrequency && line.band == channelText);
+        }
+        if (match && !reached(line)) return;
+      }
+      return;
+    }
+  }
+}
+
+void WifiScanResult::filterLines(RequestFilter& filter, uint16_t channel) {
+  const Reach reach = reachOf(filter, channel);
+  matches_.clear();
+  if (filter.broadcast || !bssidLines_.empty()) {
+    forReachedLines(filter, reach, channel, *filter.lines, bssidLines_, [&](const StoredBss& line) {
+      matches_.emplace_back(line.ssidBssid, &line);
+      return true;
+    });
+    if (!matches_.empty()) {
+      filterSsid(filter, true);
+      return;
+    }
+  }
+  // Whether a filter that took nothing reached any line at all, of any SSID, matters only
+  // while it could still make a named SSID's (empty) group.
+  if (filter.anySsid || filter.groupExists) return;
+  if (!filter.broadcast && !filter.allBssidLinesFound) {
+    findAllBssidLines(*filter.bssid);
+    filter.allBssidLinesFound = true;
+  }
+  bool any = false;
+  forReachedLines(filter, reach, channel, allLines_, allBssidLines_, [&](const StoredBss&) {
+    any = true;
+    return false;
+  });
+  if (any) filterSsid(filter, true);
 }
 
 void WifiScanResult::addMatch(const StoredBss& line) {

@@ -113,6 +113,15 @@ TEST_F(ScanStoreTest, FiltersMatchSsidAndChannelByPrefix) {
        {{"Net", {"Net/2437"}}}},
       {"named ssid misses", {filter("Home", kAny, {1})}, {}, {{"Home", {}}}},
       {"nothing in range makes no group", {filter("Home", kAny, {2484})}, {}, {}},
+      {"a bssid of another network makes the group",
+       {filter("Office", "02:00:00:00:00:02", {1, 2437}), filter("Home", "02:00:00:00:00:09", {1})},
+       {},
+       {{"Office", {}}}},
+      {"a named ssid by bssid, any channel and a frequency",
+       {filter("NetTwo", "02:00:00:00:00:04", {2462, 65535}),
+        filter("Net", "02:00:00:00:00:0a", {5, 3, 65535})},
+       {"NetTwo/2462", "NetTwo/2462", "Net5/5845"},
+       {{"NetTwo", {"NetTwo/2462"}}, {"Net", {"Net5/5845"}}}},
       // Any SSID merges into the groups already there.
       {"any after named",
        {filter("Net", kAny, {2437}), filter("AnySSID", kAny, {2437})},
@@ -120,11 +129,14 @@ TEST_F(ScanStoreTest, FiltersMatchSsidAndChannelByPrefix) {
        {{"Net", {"Net/2437", "Net/2437"}}}},
   };
   // Each case also runs on one store that the cases before it filled and filtered, cleared
-  // as the info provider clears its store for each scan: nothing of theirs may remain.
+  // as the info provider clears its store for each scan: nothing of theirs may remain; and
+  // on one that walks its indexes for every filter, as it does when lines share keys.
   WifiScanResult reused;
   for (const FilterCase& c : cases) {
     WifiScanResult fresh;
-    for (WifiScanResult* store : {&fresh, &reused}) {
+    WifiScanResult walking;
+    walking.filterByIndexWalkOnly(true);
+    for (WifiScanResult* store : {&fresh, &reused, &walking}) {
       store->clear();
       store->addData("02:00:00:00:00:01", "2412", -40, "");
       store->addData("02:00:00:00:00:02", "2437", -50, "Net");
@@ -138,6 +150,34 @@ TEST_F(ScanStoreTest, FiltersMatchSsidAndChannelByPrefix) {
       for (const auto& [ssid, records] : store->filteredBySsid) groups[ssid] = namesOf(records);
       EXPECT_EQ(groups, c.groups) << c.name;
     }
+  }
+}
+
+// Lines that share keys: a filter takes the BSS once, as the line under the first key its
+// walk meets, the key's first line.
+TEST_F(ScanStoreTest, LinesSharingKeysGiveTheLineOfTheFirstKeyMet) {
+  const struct {
+    const char* bssid;
+    uint16_t code;
+    const char* listed;  // as freq/rssi
+  } cases[] = {
+      {kAny.c_str(), 1, "2437/-60"},     // 24ghtz&B: the first line
+      {kAny.c_str(), 2412, "2412/-80"},  // 2412&B: the third
+      {kAny.c_str(), 24, "2412/-80"},    // 2412&B sorts before 2437&B and 24ghtz&B
+      {"02:00:00:00:00:01", 65535, "2412/-80"},
+      {"02:00:00:00:00:01", 1, "2437/-60"},
+      {"02:00:00:00:00:01", 2437, "2437/-60"},
+  };
+  for (const auto& c : cases) {
+    WifiScanResult store;
+    store.addData("02:00:00:00:00:01", "2437", -60, "Net");
+    store.addData("02:00:00:00:00:01", "2437", -70, "Net");
+    store.addData("02:00:00:00:00:01", "2412", -80, "Net");
+    std::list<MeasurementRequestReport> requests = {filter("Net", c.bssid, {c.code})};
+    store.filterData(requests);
+    ASSERT_EQ(store.filteredList.size(), 1u) << c.bssid << " " << c.code;
+    const SelectedBss& only = store.filteredList[0];
+    EXPECT_EQ(only.freq + "/" + std::to_string(only.rssi), c.listed) << c.bssid << " " << c.code;
   }
 }
 
@@ -168,16 +208,20 @@ TEST_F(ScanStoreTest, PrefixRangesEndAtTheTildeInUnsignedByteOrder) {
   EXPECT_EQ(namesOf(store.filteredBySsid.at("Net")), expected);
 }
 
-// A channel code that is no band is looked up as its decimal text, by prefix.
+// A channel code that is no band is looked up as its decimal text: by prefix under any
+// BSSID, exactly under a named one.
 TEST_F(ScanStoreTest, ChannelCodesAreMatchedAsTheirDecimalText) {
   const struct {
     uint16_t code;
+    std::string bssid;
     std::vector<std::string> listed;
   } cases[] = {
-      {0, {"A/0"}},
-      {10, {"B/10", "C/100"}},
-      {100, {"C/100"}},
-      {65534, {"D/65534"}},
+      {0, kAny, {"A/0"}},
+      {0, "02:00:00:00:00:01", {"A/0"}},  // once lost: 0 taken for a band code
+      {10, kAny, {"B/10", "C/100"}},
+      {10, "02:00:00:00:00:03", {}},
+      {100, kAny, {"C/100"}},
+      {65534, kAny, {"D/65534"}},
   };
   for (const auto& c : cases) {
     // Through a request list, and as the one filter findPartialKey runs.
@@ -187,13 +231,14 @@ TEST_F(ScanStoreTest, ChannelCodesAreMatchedAsTheirDecimalText) {
       store.addData("02:00:00:00:00:02", "10", -40, "B");
       store.addData("02:00:00:00:00:03", "100", -40, "C");
       store.addData("02:00:00:00:00:04", "65534", -40, "D");
-      std::list<MeasurementRequestReport> requests = {filter("AnySSID", kAny, {c.code})};
+      std::list<MeasurementRequestReport> requests = {filter("AnySSID", c.bssid, {c.code})};
       if (alone) {
-        store.findPartialKey("AnySSID", kAny, c.code);
+        store.findPartialKey("AnySSID", c.bssid, c.code);
       } else {
         store.filterData(requests);
       }
-      EXPECT_EQ(namesOf(store.filteredList), c.listed) << c.code << (alone ? " alone" : "");
+      EXPECT_EQ(namesOf(store.filteredList), c.listed)
+          << c.code << " " << c.bssid << (alone ? " alone" : "");
     }
   }
 }
