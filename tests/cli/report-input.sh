@@ -79,12 +79,16 @@ flood() {
 
 # peak COMMAND...: runs it, and prints its peak memory in kB.
 peak() { /usr/bin/time -f %M -o peak.kb "$@" >/dev/null 2>&1; tail -n 1 peak.kb; }
+# Under AddressSanitizer memory is the sanitizer's (freed blocks wait in quarantine), and
+# a line costs a hundred times more: the memory rows measure only a plain build.
+sanitized=0
+grep -qa __asan_init "$nexhost" && sanitized=1
 
 row_7() {  # a 1,000-scan flood: 672 MB peak and a 97 MB page; one series per access point
   flood 300 >flood.json
   local kb
   kb=$(peak "$nexhost" run --report flood.html flood.json)
-  [ "$kb" -le $((128 * 1024)) ] || fail "the flood's report took $kb kB"
+  [ "$sanitized" -eq 1 ] || [ "$kb" -le $((128 * 1024)) ] || fail "the flood's report took $kb kB"
   [ "$(wc -c <flood.html)" -le $((16 * 1024 * 1024)) ] || fail "the flood's page is $(wc -c <flood.html) bytes"
   # 32 access points drawn, the other 4,768 as one series; no row wider than the labels.
   data flood.html | jq -e '.measurements[0].panels[0] | (.labels | length) == 34 and
@@ -107,6 +111,7 @@ row_8() {  # one 1 MiB line of 131,067 keys took 78 s; 50,000 kinds 51 s
   refused kinds.jsonl 'kinds.jsonl:1: key "kind": no event is of kind "k0"'
   # Timer lines after a start that is never answered: 95 MB for 3 M, growing. Both counts
   # fill the timeline's budget.
+  [ "$sanitized" -eq 0 ] || return 0
   local n small
   for n in 150000 450000; do
     { grep -m1 '"action":"start"' run.jsonl

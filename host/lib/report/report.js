@@ -40,11 +40,12 @@
                                                 ' is charted (long run)'));
         }
         if (panel.left_out > 0) {
-          notes.appendChild(element('li', '', where + 'at most ' + data.series_per_chart +
-                                                ' series are drawn; ' +
+          notes.appendChild(element('li', '', where + 'the first ' + data.series_per_chart +
+                                                ' series seen are drawn; ' +
                                                 (panel.left_out_past_count ? 'at least ' : '') +
-                                                panel.left_out + ' more are drawn as one, ' +
-                                                'the highest of them at each time'));
+                                                panel.left_out + ' more are drawn as one ' +
+                                                'series, the highest value among them at ' +
+                                                'each time'));
         }
       }
     }
@@ -78,7 +79,9 @@
              '. The period and alpha are those the plug-in runs with, from the start record; ' +
              'each report carries the average at its time.';
     }
-    const networks = (r.wifi_ident || []).map((n) => (n.ssid === '' ? '(connected)' : n.ssid));
+    // All 32 bytes 0xFF: any network.
+    const networks = (r.wifi_ident || []).map((n) =>
+      (n.ssid === '' ? '(connected)' : /^(\\xff){32}$/.test(n.ssid) ? '(any)' : n.ssid));
     return 'Scan mode, ' + span(m) + ', reported every ' + m.reporting_period + ', networks: ' +
            (networks.length ? networks.join(', ') : 'any') +
            '. RSSI (dBm) and, where the BSS load is reported, channel utilisation ' +
