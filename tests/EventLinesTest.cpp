@@ -143,6 +143,12 @@ TEST(EventLinesTest, ReadsLineByLineAndNamesTheLineItStopsAt) {
       // The parser would end the line at the NUL and take the event before it.
       {"a NUL", R"({"time":1,"kind":"log"})" + std::string(1, '\0') + "x", 0,
        "run:1: a NUL byte at column 24"},
+      // An error quotes the line's texts: a newline in them made it two lines, a long one
+      // a page of error.
+      {"a kind with a newline and a byte outside ASCII", R"({"time":1,"kind":"a\nb\u00ff"})", 0,
+       R"(run:1: key "kind": no event is of kind "a\x0ab\xc3\xbf")"},
+      {"a kind of 5,000 bytes", R"({"time":1,"kind":")" + std::string(5000, 'k') + "\"}", 0,
+       R"(run:1: key "kind": no event is of kind "kkkk)"},
   };
   for (const auto& c : cases) {
     std::istringstream in(c.input);
@@ -152,6 +158,8 @@ TEST(EventLinesTest, ReadsLineByLineAndNamesTheLineItStopsAt) {
     while (lines.next(&event)) ++events;
     EXPECT_EQ(events, c.events) << c.why;
     EXPECT_EQ(lines.error().rfind(c.error, 0), 0u) << c.why << ": " << lines.error();
+    EXPECT_EQ(lines.error().find('\n'), std::string::npos) << c.why;
+    EXPECT_LT(lines.error().size(), 500u) << c.why;
     if (c.error.empty()) {
       EXPECT_EQ(lines.error(), "") << c.why;
     }

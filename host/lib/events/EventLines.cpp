@@ -15,11 +15,15 @@ namespace nexhost {
 namespace {
 
 constexpr std::size_t kMaxLineBytes = 1024 * 1024;
+// An error quotes the line's own texts (a kind, a key): kept to one readable line.
+constexpr std::size_t kMaxErrorBytes = 400;
 
 }  // namespace
 
 bool EventLines::fail(const std::string& what) {
-  error_ = name_ + ":" + std::to_string(line_) + ": " + what;
+  const bool cut = what.size() > kMaxErrorBytes;
+  error_ = name_ + ":" + std::to_string(line_) + ": " +
+           printableBytes(what.substr(0, kMaxErrorBytes)) + (cut ? "..." : "");
   return false;
 }
 
