@@ -81,4 +81,28 @@ TEST(ChartOverlayTest, ChartsMatchByTheirMeasurementOrProfileNotTheirPlace) {
                                           "\"connected\" is not in this run: not drawn"}));
 }
 
+// A handset's log holds the modem messages alone: its measurement, known by its reports,
+// goes onto the replay's whatever the replay's mode; two known modes must agree.
+TEST(ChartOverlayTest, AMeasurementKnownByItsReportsMatchesEitherMode) {
+  const Json reportsOnly = {{"client", 0}, {"id", 3}, {"mode", "reports"}};
+  const Json scan = {{"client", 0}, {"id", 3}, {"mode", "scan"}};
+  for (const Json& mine : {kMeasurement3, scan}) {
+    Json charts =
+        measurements(Json::array({chart(mine, Json::array({"time", "a"}), Json::array())}));
+    nexhost::overlayCharts(
+        &charts,
+        measurements(Json::array({chart(reportsOnly, Json::array({"time", "b"}), Json::array())})),
+        " (log)");
+    EXPECT_EQ(charts["measurements"][0]["panels"][0]["labels"],
+              Json::array({"time", "a", "b (log)"}))
+        << mine.dump();
+  }
+  Json charts = measurements(Json::array({chart(scan, Json::array({"time", "a"}), Json::array())}));
+  nexhost::overlayCharts(
+      &charts,
+      measurements(Json::array({chart(kMeasurement3, Json::array({"time", "b"}), Json::array())})),
+      " (B)");
+  EXPECT_EQ(charts["notes"].size(), 1u);
+}
+
 }  // namespace
