@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "WifiStatus.h"
@@ -86,14 +87,15 @@ class SupportedRateElement : public InformationElement {
   bool parseBody(const ElementBody& body);
   std::string get_name() override;
   int get_id() override;
-  // Checks a body as parseBody does, with the same log lines, and keeps nothing.
-  static bool checkBody(const ElementBody& body);
+  // Checks a body as parseBody does, with the same log lines, and keeps nothing but, when
+  // asked, the last rate parseBody would keep (0 for none).
+  static bool checkBody(const ElementBody& body, int32_t* lastRate = nullptr);
   // Rate in bit/s of a rates byte (mandatory flag ignored), -1 when unknown.
   static int32_t getRateFromByte(int rateByte);
   std::vector<int32_t> mRates;
 
  private:
-  static bool readRates(const ElementBody& body, std::vector<int32_t>* rates);
+  static bool readRates(const ElementBody& body, std::vector<int32_t>* rates, int32_t* lastRate);
 };
 
 class ExtendedSupportedRateElement : public SupportedRateElement {
@@ -108,12 +110,13 @@ class InterworkingElement : public InformationElement {
   bool parseBody(const ElementBody& body);
   std::string get_name() override;
   int get_id() override;
-  // Checks a body as parseBody does, with the same log lines, and keeps nothing.
-  static bool checkBody(const ElementBody& body);
+  // Checks a body as parseBody does, with the same log lines, and keeps nothing but, when
+  // asked, the HESSID text parseBody would keep (left as it was when there is none).
+  static bool checkBody(const ElementBody& body, char (*hessid)[18] = nullptr);
   std::string mHessid;
 
  private:
-  static bool readHessid(const ElementBody& body, std::string* hessid);
+  static bool readHessid(const ElementBody& body, char (*hessid)[18]);
 };
 
 class CountryElement : public InformationElement {
@@ -123,6 +126,33 @@ class CountryElement : public InformationElement {
   std::string get_name() override;
   int get_id() override;
   std::string mCountryCode;
+};
+
+// What the derived facts read of the elements: whether each id they use is there, and of
+// the first element of an id, the last rate of a rates list (0 for none), the HESSID and
+// the country code ("" when that element has none). The texts may be views of the facts'
+// own buffers, so facts are not copied.
+struct ElementFacts {
+  ElementFacts() = default;
+  ElementFacts(const ElementFacts&) = delete;
+  ElementFacts& operator=(const ElementFacts&) = delete;
+  bool any() const {
+    return supportedRates || extendedRates || erp || htOperation || vhtOperation || interworking ||
+           country;
+  }
+  bool supportedRates = false;
+  bool extendedRates = false;
+  bool erp = false;
+  bool htOperation = false;
+  bool vhtOperation = false;
+  bool interworking = false;
+  bool country = false;
+  int32_t supportedLastRate = 0;
+  int32_t extendedLastRate = 0;
+  std::string_view hessid;
+  std::string_view countryCode;
+  char hessidText[18] = "";
+  char countryText[3] = "";
 };
 
 uint8_t hex_to_dec(char c);
@@ -136,6 +166,11 @@ void parse(char* text, std::map<int, InformationElement*>& map);
 // inside a reply, read where it is.
 void parse(const char* text, size_t length, BssLoad& load);
 void parse(const char* text, size_t length, std::map<int, InformationElement*>& map);
+// The facts the map walk's map would give, with the same log lines, and nothing on the heap.
+void parse(const char* text, size_t length, ElementFacts& facts);
+// The facts of a map of elements, such as the map walk fills; the texts are views of the
+// map's elements. Logs nothing.
+void factsOf(const std::map<int, InformationElement*>& map, ElementFacts& facts);
 uint32_t calc_freq(uint8_t htWidth, uint8_t vhtWidth);
 uint8_t convert_lowest(uint8_t centreChannel);
 

@@ -42,9 +42,9 @@ class WifiParser {
 
  private:
   WifiParser() = default;
-  // The facts, read from the caller's map in place.
-  static int32_t wifiModeOf(const WifiInfoMap& wifiInfoMap, uint16_t frequency);
-  static std::string_view hessidOf(const WifiInfoMap& wifiInfoMap);
-  static std::string_view countryCodeOf(const WifiInfoMap& wifiInfoMap);
+  using ElementFacts = WifiInformationElementParser::ElementFacts;
+  static int32_t wifiModeOf(const ElementFacts& facts, uint16_t frequency);
+  static std::string_view hessidOf(const ElementFacts& facts);
+  static std::string_view countryCodeOf(const ElementFacts& facts);
   static WifiParser* instPtr;
 };

@@ -194,13 +194,11 @@ void keepForFacts(const Element& element, std::map<int, InformationElement*>& ma
   }
 }
 
-std::string formatHessid(const ElementBody& body, size_t first) {
-  char text[18];
+void formatHessid(const ElementBody& body, size_t first, char (&text)[18]) {
   std::snprintf(text, sizeof(text), "%02x:%02x:%02x:%02x:%02x:%02x",
                 static_cast<unsigned>(body[first]), static_cast<unsigned>(body[first + 1]),
                 static_cast<unsigned>(body[first + 2]), static_cast<unsigned>(body[first + 3]),
                 static_cast<unsigned>(body[first + 4]), static_cast<unsigned>(body[first + 5]));
-  return text;
 }
 
 }  // namespace
@@ -295,9 +293,14 @@ int ERPElement::get_id() { return kErpId; }
 bool SupportedRateElement::parse(std::vector<uint8_t> body) {
   return parseBody(ElementBody(body.data(), body.size()));
 }
-bool SupportedRateElement::parseBody(const ElementBody& body) { return readRates(body, &mRates); }
-bool SupportedRateElement::checkBody(const ElementBody& body) { return readRates(body, nullptr); }
-bool SupportedRateElement::readRates(const ElementBody& body, std::vector<int32_t>* rates) {
+bool SupportedRateElement::parseBody(const ElementBody& body) {
+  return readRates(body, &mRates, nullptr);
+}
+bool SupportedRateElement::checkBody(const ElementBody& body, int32_t* lastRate) {
+  return readRates(body, nullptr, lastRate);
+}
+bool SupportedRateElement::readRates(const ElementBody& body, std::vector<int32_t>* rates,
+                                     int32_t* lastRate) {
   if (body.empty() || body.size() > kMaxRates) {
     MDX_LOG(1, "Invalid length of rate");
     return false;
@@ -309,6 +312,7 @@ bool SupportedRateElement::readRates(const ElementBody& body, std::vector<int32_
     rates->reserve(rates->size() + known);
     for (size_t i = 0; i < known; ++i) rates->push_back(getRateFromByte(body[i]));
   }
+  if (lastRate != nullptr) *lastRate = known == 0 ? 0 : getRateFromByte(body[known - 1]);
   if (known < body.size()) {
     MDX_LOG(1, "Invalid rate present");
     return false;
@@ -363,19 +367,26 @@ int ExtendedSupportedRateElement::get_id() { return kExtendedRatesId; }
 bool InterworkingElement::parse(std::vector<uint8_t> body) {
   return parseBody(ElementBody(body.data(), body.size()));
 }
-bool InterworkingElement::parseBody(const ElementBody& body) { return readHessid(body, &mHessid); }
-bool InterworkingElement::checkBody(const ElementBody& body) { return readHessid(body, nullptr); }
-bool InterworkingElement::readHessid(const ElementBody& body, std::string* hessid) {
+bool InterworkingElement::parseBody(const ElementBody& body) {
+  char hessid[18] = "";
+  const bool valid = readHessid(body, &hessid);
+  if (hessid[0] != '\0') mHessid = hessid;
+  return valid;
+}
+bool InterworkingElement::checkBody(const ElementBody& body, char (*hessid)[18]) {
+  return readHessid(body, hessid);
+}
+bool InterworkingElement::readHessid(const ElementBody& body, char (*hessid)[18]) {
   switch (body.size()) {
     case 1:
     case 3:
       MDX_LOG(1, "HESSID not present");
       return true;
     case 7:
-      if (hessid != nullptr) *hessid = formatHessid(body, 1);
+      if (hessid != nullptr) formatHessid(body, 1, *hessid);
       return true;
     case 9:
-      if (hessid != nullptr) *hessid = formatHessid(body, 3);
+      if (hessid != nullptr) formatHessid(body, 3, *hessid);
       return true;
     default:
       MDX_LOG(1, "Invalid Interworking element length");
@@ -475,6 +486,83 @@ void parse(const char* text, size_t length, BssLoad& load) {
 
 void parse(const char* text, size_t length, std::map<int, InformationElement*>& map) {
   walk(text, text + length, [&map](const Element& element) { keepForFacts(element, map); });
+}
+
+void parse(const char* text, size_t length, ElementFacts& facts) {
+  // As keepForFacts, with the same log lines: every element of a kept id is parsed, the
+  // first of its id is read. Whether it is the first: `seen` says, and is set.
+  const auto first = [](bool& seen) { return !seen && (seen = true); };
+  walk(text, text + length, [&](const Element& element) {
+    const ElementBody body = element.body();
+    switch (element.id) {
+      case kSupportedRatesId: {
+        const bool isFirst = first(facts.supportedRates);
+        SupportedRateElement::checkBody(body, isFirst ? &facts.supportedLastRate : nullptr);
+        break;
+      }
+      case kExtendedRatesId: {
+        const bool isFirst = first(facts.extendedRates);
+        SupportedRateElement::checkBody(body, isFirst ? &facts.extendedLastRate : nullptr);
+        break;
+      }
+      case kInterworkingId: {
+        const bool isFirst = first(facts.interworking);
+        InterworkingElement::checkBody(body, isFirst ? &facts.hessidText : nullptr);
+        if (isFirst) facts.hessid = facts.hessidText;
+        break;
+      }
+      case kCountryId: {
+        CountryElement parsed;  // its two letters fit in the text itself
+        parsed.parseBody(body);
+        if (first(facts.country)) {
+          std::memcpy(facts.countryText, parsed.mCountryCode.c_str(),
+                      std::min(sizeof(facts.countryText), parsed.mCountryCode.size() + 1));
+          facts.countryCode = facts.countryText;
+        }
+        break;
+      }
+      // Their presence is what counts; their bodies are read without a log line.
+      case kErpId:
+        facts.erp = true;
+        break;
+      case kHtOperationId:
+        facts.htOperation = true;
+        break;
+      case kVhtOperationId:
+        facts.vhtOperation = true;
+        break;
+      default:
+        break;
+    }
+  });
+}
+
+void factsOf(const std::map<int, InformationElement*>& map, ElementFacts& facts) {
+  const auto lastRate = [&map](int id, bool& present) {
+    const auto found = map.find(id);
+    present = found != map.end();
+    const auto* rates = present ? dynamic_cast<SupportedRateElement*>(found->second) : nullptr;
+    return (rates == nullptr || rates->mRates.empty()) ? 0 : rates->mRates.back();
+  };
+  facts.supportedLastRate = lastRate(kSupportedRatesId, facts.supportedRates);
+  facts.extendedLastRate = lastRate(kExtendedRatesId, facts.extendedRates);
+  facts.erp = map.count(kErpId) != 0;
+  facts.htOperation = map.count(kHtOperationId) != 0;
+  facts.vhtOperation = map.count(kVhtOperationId) != 0;
+  const auto interworking = map.find(kInterworkingId);
+  facts.interworking = interworking != map.end();
+  if (facts.interworking) {
+    if (const auto* element = dynamic_cast<InterworkingElement*>(interworking->second)) {
+      facts.hessid = element->mHessid;
+    }
+  }
+  const auto country = map.find(kCountryId);
+  facts.country = country != map.end();
+  if (facts.country) {
+    if (const auto* element = dynamic_cast<CountryElement*>(country->second)) {
+      facts.countryCode = element->mCountryCode;
+    }
+  }
 }
 
 uint32_t calc_freq(uint8_t htWidth, uint8_t vhtWidth) {

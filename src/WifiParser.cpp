@@ -10,18 +10,7 @@
 
 namespace {
 
-using WifiInformationElementParser::CountryElement;
-using WifiInformationElementParser::InformationElement;
-using WifiInformationElementParser::InterworkingElement;
-using WifiInformationElementParser::SupportedRateElement;
-
-constexpr int kSupportedRatesId = 1;
-constexpr int kCountryId = 7;
-constexpr int kErpId = 42;
-constexpr int kExtendedRatesId = 50;
-constexpr int kHtOperationId = 61;
-constexpr int kInterworkingId = 107;
-constexpr int kVhtOperationId = 192;
+using WifiInformationElementParser::factsOf;
 
 constexpr int32_t kModeUnknown = -1;
 constexpr int32_t kMode11a = 1;
@@ -115,12 +104,6 @@ bool readPrintedMac(uint8_t (&mac)[6], const char* text) {
   if (hexDigit(text[17]) >= 0) return false;  // the last number goes on
   std::memcpy(mac, bytes, sizeof bytes);
   return true;
-}
-
-// The last rate of a rates element, 0 when it holds none.
-int32_t lastRate(InformationElement* element) {
-  const auto* rates = dynamic_cast<SupportedRateElement*>(element);
-  return (rates == nullptr || rates->mRates.empty()) ? 0 : rates->mRates.back();
 }
 
 }  // namespace
@@ -405,57 +388,62 @@ void WifiParser::parseBssCmdWifiInfo(const char* text, WifiStatus& status) {
     MDX_LOG(4, "rspData is NULL");
     return;
   }
-  WifiInfoMap wifiInfoMap;
-  forEachKeyValue(text, [&wifiInfoMap](std::string_view key, std::string_view value) {
+  // Only the facts are kept of the elements, so none is kept on the heap.
+  ElementFacts facts;
+  forEachKeyValue(text, [&facts](std::string_view key, std::string_view value) {
     if (value.empty()) {
       MDX_LOG(1, "Value is null for key: %.*s", lengthOf(key), key.data());
     } else if (is(key, "ie")) {
       MDX_LOG(1, "ie found: %.*s \n", lengthOf(value), value.data());
-      WifiInformationElementParser::parse(value.data(), value.size(), wifiInfoMap);
+      WifiInformationElementParser::parse(value.data(), value.size(), facts);
     } else {
       MDX_LOG(1, "Ignoring key: %.*s", lengthOf(key), key.data());
     }
   });
-  if (wifiInfoMap.empty()) {
+  if (!facts.any()) {
     status.hessid.clear();
     status.countryCode.clear();
     status.wifiMode = kModeUnknown;
     return;
   }
-  // The frequency is what the signal poll or status parse left in the record. The facts
-  // read the map in place; the records' texts keep their memory.
-  status.wifiMode = wifiModeOf(wifiInfoMap, status.frequency);
-  status.hessid = hessidOf(wifiInfoMap);
-  status.countryCode = countryCodeOf(wifiInfoMap);
-  for (auto& entry : wifiInfoMap) delete entry.second;
-  wifiInfoMap.clear();
+  // The frequency is what the signal poll or status parse left in the record. The
+  // records' texts keep their memory.
+  status.wifiMode = wifiModeOf(facts, status.frequency);
+  status.hessid = hessidOf(facts);
+  status.countryCode = countryCodeOf(facts);
 }
 
 // ---- Facts derived from the elements
 
 int32_t WifiParser::getWifiMode(WifiInfoMap wifiInfoMap, uint16_t frequency) {
-  return wifiModeOf(wifiInfoMap, frequency);
+  ElementFacts facts;
+  factsOf(wifiInfoMap, facts);
+  return wifiModeOf(facts, frequency);
 }
 
 std::string WifiParser::getHESSIDInfo(WifiInfoMap wifiInfoMap) {
-  return std::string(hessidOf(wifiInfoMap));
+  ElementFacts facts;
+  factsOf(wifiInfoMap, facts);
+  return std::string(hessidOf(facts));
 }
 
 std::string WifiParser::getCountryCode(WifiInfoMap wifiInfoMap) {
-  return std::string(countryCodeOf(wifiInfoMap));
+  ElementFacts facts;
+  factsOf(wifiInfoMap, facts);
+  return std::string(countryCodeOf(facts));
 }
 
-int32_t WifiParser::wifiModeOf(const WifiInfoMap& wifiInfoMap, uint16_t frequency) {
+int32_t WifiParser::wifiModeOf(const ElementFacts& facts, uint16_t frequency) {
   // Presence by id decides, even for an element whose body was rejected.
-  if (wifiInfoMap.count(kVhtOperationId) != 0) {
+  if (facts.vhtOperation) {
     MDX_LOG(1, "Found VHTOperation Element in wifiInfoMap");
     return kMode11ac;
   }
-  if (wifiInfoMap.count(kHtOperationId) != 0) {
+  if (facts.htOperation) {
     MDX_LOG(1, "Found HTOperation Element in wifiInfoMap");
     return kMode11n;
   }
-  if (wifiInfoMap.count(kErpId) != 0) {
+  if (facts.erp) {
     MDX_LOG(1, "Found ERP Element in wifiInfoMap");
     return kMode11g;
   }
@@ -464,44 +452,25 @@ int32_t WifiParser::wifiModeOf(const WifiInfoMap& wifiInfoMap, uint16_t frequenc
     return kMode11a;
   }
   // The last rate stands for the fastest: access points list their rates ascending.
-  int32_t supported = 0;
-  int32_t extended = 0;
-  const auto supportedRates = wifiInfoMap.find(kSupportedRatesId);
-  if (supportedRates != wifiInfoMap.end()) {
-    MDX_LOG(1, "Found SupportedRate Element in wifiInfoMap");
-    supported = lastRate(supportedRates->second);
-  }
-  const auto extendedRates = wifiInfoMap.find(kExtendedRatesId);
-  if (extendedRates != wifiInfoMap.end()) {
-    MDX_LOG(1, "Found ExtendedSupportedRate Element in wifiInfoMap");
-    extended = lastRate(extendedRates->second);
-  }
-  if (supportedRates == wifiInfoMap.end()) return kModeUnknown;
-  return std::max(supported, extended) < kOfdmRate ? kMode11b : kMode11g;
+  if (facts.supportedRates) MDX_LOG(1, "Found SupportedRate Element in wifiInfoMap");
+  if (facts.extendedRates) MDX_LOG(1, "Found ExtendedSupportedRate Element in wifiInfoMap");
+  if (!facts.supportedRates) return kModeUnknown;
+  return std::max(facts.supportedLastRate, facts.extendedLastRate) < kOfdmRate ? kMode11b
+                                                                               : kMode11g;
 }
 
-std::string_view WifiParser::hessidOf(const WifiInfoMap& wifiInfoMap) {
-  const char* hessid = "";
-  const auto found = wifiInfoMap.find(kInterworkingId);
-  if (found != wifiInfoMap.end()) {
-    MDX_LOG(1, "Found Interworking Element in wifiInfoMap");
-    if (const auto* element = dynamic_cast<InterworkingElement*>(found->second)) {
-      hessid = element->mHessid.c_str();
-    }
-  }
-  MDX_LOG(1, "getHESSIDInfo: Returned HESSID: %s", hessid);
+std::string_view WifiParser::hessidOf(const ElementFacts& facts) {
+  if (facts.interworking) MDX_LOG(1, "Found Interworking Element in wifiInfoMap");
+  const std::string_view hessid = facts.hessid;
+  MDX_LOG(1, "getHESSIDInfo: Returned HESSID: %.*s", static_cast<int>(hessid.size()),
+          hessid.data());
   return hessid;
 }
 
-std::string_view WifiParser::countryCodeOf(const WifiInfoMap& wifiInfoMap) {
-  const char* countryCode = "";
-  const auto found = wifiInfoMap.find(kCountryId);
-  if (found != wifiInfoMap.end()) {
-    MDX_LOG(1, "Found Country Element in wifiInfoMap");
-    if (const auto* element = dynamic_cast<CountryElement*>(found->second)) {
-      countryCode = element->mCountryCode.c_str();
-    }
-  }
-  MDX_LOG(1, "getCountryCode: Returned countryCode: %s", countryCode);
+std::string_view WifiParser::countryCodeOf(const ElementFacts& facts) {
+  if (facts.country) MDX_LOG(1, "Found Country Element in wifiInfoMap");
+  const std::string_view countryCode = facts.countryCode;
+  MDX_LOG(1, "getCountryCode: Returned countryCode: %.*s", static_cast<int>(countryCode.size()),
+          countryCode.data());
   return countryCode;
 }

@@ -1,4 +1,5 @@
-// Wi-Fi mode, HESSID and country code from the element map.
+// Wi-Fi mode, HESSID and country code from the element map, and from a BSS reply, whose
+// parse derives them from the elements without a map.
 #include "ParserTest.h"
 
 namespace {
@@ -42,6 +43,7 @@ TEST_F(DerivedFactsTest, WifiModeTakesTheNewestGenerationPresent) {
       {"fast rate listed first", rates({0x6c, 0x82}), 2412, 2, kRates},
       {"extended rates only", extendedRates({0x6c}), 2412, -1, kExtended},
       {"rates with no valid entry", rates({0x01}), 2412, 2, kRates},
+      {"the first rates element decides", rates({0x82}) + rates({0x6c}), 2412, 2, kRates},
       {"nothing", "", 2412, -1, nullptr},
       {"nothing at 5 GHz", "", 5180, 1, k5Ghz},
   };
@@ -54,6 +56,13 @@ TEST_F(DerivedFactsTest, WifiModeTakesTheNewestGenerationPresent) {
     EXPECT_TRUE(c.line == nullptr ? host.logger.lines().empty() : logged(c.line, 1)) << c.name;
     // The map is lent, not given: its elements are still there to free.
     for (auto& entry : map) delete entry.second;
+    // A reply without elements has no mode, whatever its frequency.
+    if (c.text.empty()) continue;
+    WifiStatus status;
+    status.frequency = c.frequency;
+    parser.parseBssCmdWifiInfo(("ie=" + c.text).c_str(), status);
+    EXPECT_EQ(status.wifiMode, c.mode) << c.name << " (reply)";
+    EXPECT_TRUE(c.line == nullptr || logged(c.line, 1)) << c.name << " (reply)";
   }
 }
 
@@ -68,6 +77,10 @@ TEST_F(DerivedFactsTest, HessidAndCountryComeFromTheirElements) {
       {"HESSID", element(107, {0x01, 0x02, 0xab, 0x00, 0xcd, 0x01, 0xff}), "02:ab:00:cd:01:ff", ""},
       {"interworking without HESSID", element(107, {0x01}), "", ""},
       {"short country", element(7, {'D', 'E'}), "", ""},
+      {"the first of each decides",
+       element(107, {0x01}) + element(107, {0x01, 0x02, 0xab, 0x00, 0xcd, 0x01, 0xff}) +
+           element(7, {'F', 'R', ' ', 1, 1, 20}) + element(7, {'D', 'E', ' ', 1, 1, 20}),
+       "", "FR"},
   };
   for (const auto& c : cases) {
     host.logger.clear();
@@ -78,6 +91,10 @@ TEST_F(DerivedFactsTest, HessidAndCountryComeFromTheirElements) {
     EXPECT_EQ(parser.getCountryCode(map), c.country) << c.name;
     EXPECT_EQ(logged("Found Interworking Element in wifiInfoMap", 1), map.count(107) == 1);
     for (auto& entry : map) delete entry.second;
+    WifiStatus status;
+    parser.parseBssCmdWifiInfo(("ie=" + c.text).c_str(), status);
+    EXPECT_EQ(status.hessid, c.hessid) << c.name << " (reply)";
+    EXPECT_EQ(status.countryCode, c.country) << c.name << " (reply)";
   }
 }
 
