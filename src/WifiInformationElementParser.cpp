@@ -1,60 +1,18 @@
 #define MDX_LOG_MODULE_ID 10355
+// The walk of element text: each element is logged, byte by byte, and read for the BSS
+// load, for the map of elements, or for the facts derived from them.
 #include "WifiInformationElementParser.h"
 
 #include <algorithm>
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <type_traits>
 
+#include "ElementCodes.h"
 #include "Log.h"
 
 namespace WifiInformationElementParser {
 
 namespace {
-
-constexpr int kSupportedRatesId = 1;
-constexpr int kCountryId = 7;
-constexpr int kBssLoadId = 11;
-constexpr int kErpId = 42;
-constexpr int kExtendedRatesId = 50;
-constexpr int kHtOperationId = 61;
-constexpr int kInterworkingId = 107;
-constexpr int kVhtOperationId = 192;
-
-constexpr size_t kBssLoadSize = 5;
-constexpr size_t kHtOperationSize = 22;
-constexpr size_t kVhtOperationSize = 5;
-constexpr size_t kMaxRates = 8;
-constexpr size_t kMaxElementSize = 255;  // the length is one byte
-
-// The one-line log texts are bounded like every formatted text of the plug-in.
-constexpr size_t kLineSize = 1024;
-
-// hex_to_dec as a table: the walk decodes every character of every element.
-struct HexDigits {
-  uint8_t value[256] = {};
-  constexpr HexDigits() {
-    for (int c = '1'; c <= '9'; ++c) value[c] = static_cast<uint8_t>(c - '0');
-    for (int c = 'A'; c <= 'F'; ++c) value[c] = static_cast<uint8_t>(c - 'A' + 10);
-    for (int c = 'a'; c <= 'f'; ++c) value[c] = static_cast<uint8_t>(c - 'a' + 10);
-  }
-};
-constexpr HexDigits kHexDigits;
-
-// The same, scaled for a byte's two digits: a byte is high[first] | low[second]. Words,
-// so that the two combine without narrowing, at no cost where the byte indexes a table.
-struct ByteDigits {
-  uint32_t high[256] = {};
-  uint32_t low[256] = {};
-  constexpr ByteDigits() {
-    for (int c = 0; c < 256; ++c) {
-      high[c] = static_cast<uint32_t>(kHexDigits.value[c]) << 4;
-      low[c] = kHexDigits.value[c];
-    }
-  }
-};
-constexpr ByteDigits kByteDigits;
 
 // "0" to "255": the line of a body byte is its decimal text.
 struct ByteTexts {
@@ -69,17 +27,6 @@ struct ByteTexts {
   }
 };
 constexpr ByteTexts kByteTexts;
-
-constexpr char kBssLoadName[] = "BSSLoadElement";
-constexpr char kHtOperationName[] = "HTOperationElement";
-constexpr char kVhtOperationName[] = "VHTOperationElement";
-
-// One byte from two hex characters; the caller has checked that both are there.
-inline uint32_t byteAt(const char* pair) {
-  return kByteDigits.high[static_cast<unsigned char>(pair[0])] |
-         kByteDigits.low[static_cast<unsigned char>(pair[1])];
-}
-uint8_t hexByte(const char* pair) { return static_cast<uint8_t>(byteAt(pair)); }
 
 // One element as it stands in the text: its id, and its body as `size` hex pairs, read
 // where they are. Only the bytes somebody uses are decoded.
@@ -140,16 +87,6 @@ void walk(const char* text, const char* end, Handle handle) {
   }
 }
 
-// A to_string() text, bounded like every formatted text of the plug-in.
-__attribute__((format(printf, 1, 2))) std::string lineOf(const char* format, ...) {
-  char line[kLineSize];
-  va_list args;
-  va_start(args, format);
-  std::vsnprintf(line, sizeof(line), format, args);
-  va_end(args);
-  return line;
-}
-
 // Parses the element as class T. The first element of an id goes into the map; a later
 // one is parsed all the same, for its log lines, and dropped. A rejected body still marks
 // the element as present, with its fields left at zero.
@@ -194,226 +131,7 @@ void keepForFacts(const Element& element, std::map<int, InformationElement*>& ma
   }
 }
 
-void formatHessid(const ElementBody& body, size_t first, char (&text)[18]) {
-  std::snprintf(text, sizeof(text), "%02x:%02x:%02x:%02x:%02x:%02x",
-                static_cast<unsigned>(body[first]), static_cast<unsigned>(body[first + 1]),
-                static_cast<unsigned>(body[first + 2]), static_cast<unsigned>(body[first + 3]),
-                static_cast<unsigned>(body[first + 4]), static_cast<unsigned>(body[first + 5]));
-}
-
 }  // namespace
-
-// ---- Bodies
-
-ElementBody ElementBody::ofHexPairs(const char* pairs, size_t size) {
-  ElementBody body;
-  body.pairs_ = pairs;
-  body.size_ = size;
-  return body;
-}
-
-uint8_t ElementBody::operator[](size_t i) const {
-  return bytes_ != nullptr ? bytes_[i] : hexByte(pairs_ + 2 * i);
-}
-
-// ---- Base
-
-std::string InformationElement::to_string() { return "ERR"; }
-
-// ---- BSS load: station count (2 bytes), channel utilisation, admission capacity (2 bytes)
-
-bool BSSLoadElement::parse(std::vector<uint8_t> body) {
-  return parseBody(ElementBody(body.data(), body.size()));
-}
-bool BSSLoadElement::parseBody(const ElementBody& body) {
-  if (body.size() != kBssLoadSize) return false;
-  mChannelUtilization = body[2];
-  return true;
-}
-std::string BSSLoadElement::get_name() { return kBssLoadName; }
-int BSSLoadElement::get_id() { return kBssLoadId; }
-// The *_LINE macros give an element's to_string() line as a format and its arguments, so
-// that the walk can hand the line to the logger unformatted.
-// Integer division on purpose: the percentage reads 0 below 255 and 1 at 255.
-#define BSS_LOAD_LINE(element)                              \
-  "%s mChannelUtilization=%u (%u%%)", kBssLoadName,         \
-      static_cast<unsigned>((element).mChannelUtilization), \
-      static_cast<unsigned>((element).mChannelUtilization / 255)
-std::string BSSLoadElement::to_string() { return lineOf(BSS_LOAD_LINE(*this)); }
-
-// ---- HT operation: the width is byte 2 taken whole; users only test it for zero.
-
-bool HTOperationElement::parse(std::vector<uint8_t> body) {
-  return parseBody(ElementBody(body.data(), body.size()));
-}
-bool HTOperationElement::parseBody(const ElementBody& body) {
-  if (body.size() != kHtOperationSize) return false;
-  mPrimaryChannel = body[0];
-  mChannelWidth = body[2];
-  return true;
-}
-std::string HTOperationElement::get_name() { return kHtOperationName; }
-int HTOperationElement::get_id() { return kHtOperationId; }
-#define HT_OPERATION_LINE(element)                            \
-  "%s mPrimaryChannel=%u mChannelWidth=%u", kHtOperationName, \
-      static_cast<unsigned>((element).mPrimaryChannel),       \
-      static_cast<unsigned>((element).mChannelWidth)
-std::string HTOperationElement::to_string() { return lineOf(HT_OPERATION_LINE(*this)); }
-
-// ---- VHT operation: width, centre segment 0, centre segment 1, basic MCS set (2 bytes)
-
-bool VHTOperationElement::parse(std::vector<uint8_t> body) {
-  return parseBody(ElementBody(body.data(), body.size()));
-}
-bool VHTOperationElement::parseBody(const ElementBody& body) {
-  if (body.size() != kVhtOperationSize) return false;
-  mChannelWidth = body[0];
-  mSeg1CenterFreq = body[2];
-  return true;
-}
-std::string VHTOperationElement::get_name() { return kVhtOperationName; }
-int VHTOperationElement::get_id() { return kVhtOperationId; }
-#define VHT_OPERATION_LINE(element)                            \
-  "%s mChannelWidth=%u mSeg1CenterFreq=%u", kVhtOperationName, \
-      static_cast<unsigned>((element).mChannelWidth),          \
-      static_cast<unsigned>((element).mSeg1CenterFreq)
-std::string VHTOperationElement::to_string() { return lineOf(VHT_OPERATION_LINE(*this)); }
-
-// ---- ERP: only its presence matters.
-
-bool ERPElement::parse(std::vector<uint8_t> body) {
-  return parseBody(ElementBody(body.data(), body.size()));
-}
-bool ERPElement::parseBody(const ElementBody& body) { return !body.empty(); }
-std::string ERPElement::get_name() { return "ERPElement"; }
-int ERPElement::get_id() { return kErpId; }
-
-// ---- Supported and extended supported rates: both hold at most 8 rates.
-
-bool SupportedRateElement::parse(std::vector<uint8_t> body) {
-  return parseBody(ElementBody(body.data(), body.size()));
-}
-bool SupportedRateElement::parseBody(const ElementBody& body) {
-  return readRates(body, &mRates, nullptr);
-}
-bool SupportedRateElement::checkBody(const ElementBody& body, int32_t* lastRate) {
-  return readRates(body, nullptr, lastRate);
-}
-bool SupportedRateElement::readRates(const ElementBody& body, std::vector<int32_t>* rates,
-                                     int32_t* lastRate) {
-  if (body.empty() || body.size() > kMaxRates) {
-    MDX_LOG(1, "Invalid length of rate");
-    return false;
-  }
-  // The rates before the first unknown byte stay: one block holds them.
-  size_t known = 0;
-  while (known < body.size() && getRateFromByte(body[known]) >= 1) ++known;
-  if (rates != nullptr && known != 0) {
-    rates->reserve(rates->size() + known);
-    for (size_t i = 0; i < known; ++i) rates->push_back(getRateFromByte(body[i]));
-  }
-  if (lastRate != nullptr) *lastRate = known == 0 ? 0 : getRateFromByte(body[known - 1]);
-  if (known < body.size()) {
-    MDX_LOG(1, "Invalid rate present");
-    return false;
-  }
-  return true;
-}
-std::string SupportedRateElement::get_name() { return "SupportedRateElement"; }
-int SupportedRateElement::get_id() { return kSupportedRatesId; }
-
-int32_t SupportedRateElement::getRateFromByte(int rateByte) {
-  // The top bit marks a rate the BSS requires; the rate itself is in 500 kbit/s units.
-  switch (rateByte & 0x7F) {
-    case 2:
-      return 1000000;
-    case 4:
-      return 2000000;
-    case 11:
-      return 5500000;
-    case 12:
-      return 6000000;
-    case 18:
-      return 9000000;
-    case 22:
-      return 11000000;
-    case 24:
-      return 12000000;
-    case 36:
-      return 18000000;
-    case 44:
-      return 22000000;
-    case 48:
-      return 24000000;
-    case 66:
-      return 33000000;
-    case 72:
-      return 36000000;
-    case 96:
-      return 48000000;
-    case 108:
-      return 54000000;
-    default:
-      return -1;
-  }
-}
-
-std::string ExtendedSupportedRateElement::get_name() { return "ExtendedSupportedRateElement"; }
-int ExtendedSupportedRateElement::get_id() { return kExtendedRatesId; }
-
-// ---- Interworking: access network options, then an optional venue (2 bytes), then an
-// optional HESSID (6 bytes).
-
-bool InterworkingElement::parse(std::vector<uint8_t> body) {
-  return parseBody(ElementBody(body.data(), body.size()));
-}
-bool InterworkingElement::parseBody(const ElementBody& body) {
-  char hessid[18] = "";
-  const bool valid = readHessid(body, &hessid);
-  if (hessid[0] != '\0') mHessid = hessid;
-  return valid;
-}
-bool InterworkingElement::checkBody(const ElementBody& body, char (*hessid)[18]) {
-  return readHessid(body, hessid);
-}
-bool InterworkingElement::readHessid(const ElementBody& body, char (*hessid)[18]) {
-  switch (body.size()) {
-    case 1:
-    case 3:
-      MDX_LOG(1, "HESSID not present");
-      return true;
-    case 7:
-      if (hessid != nullptr) formatHessid(body, 1, *hessid);
-      return true;
-    case 9:
-      if (hessid != nullptr) formatHessid(body, 3, *hessid);
-      return true;
-    default:
-      MDX_LOG(1, "Invalid Interworking element length");
-      return false;
-  }
-}
-std::string InterworkingElement::get_name() { return "InterworkingElement"; }
-int InterworkingElement::get_id() { return kInterworkingId; }
-
-// ---- Country: two code characters, an environment byte, then channel triplets.
-
-bool CountryElement::parse(std::vector<uint8_t> body) {
-  return parseBody(ElementBody(body.data(), body.size()));
-}
-bool CountryElement::parseBody(const ElementBody& body) {
-  if (body.size() < 4) {
-    MDX_LOG(1, "Country Code not present");
-    return false;
-  }
-  MDX_LOG(1, "Valid country code value is present");
-  const char code[3] = {static_cast<char>(body[0]), static_cast<char>(body[1]), '\0'};
-  MDX_LOG(1, "WifiInformationElementParser: CountryCode %s", code);
-  mCountryCode = code;
-  return true;
-}
-std::string CountryElement::get_name() { return "CountryElement"; }
-int CountryElement::get_id() { return kCountryId; }
 
 // ---- The walk
 
