@@ -42,6 +42,13 @@ class WifiParser {
 
  private:
   WifiParser() = default;
+  // Wi-Fi modes as records hold them.
+  static constexpr int32_t kModeUnknown = -1;
+  static constexpr int32_t kMode11a = 1;
+  static constexpr int32_t kMode11b = 2;
+  static constexpr int32_t kMode11g = 3;
+  static constexpr int32_t kMode11n = 5;
+  static constexpr int32_t kMode11ac = 7;
   using ElementFacts = WifiInformationElementParser::ElementFacts;
   static int32_t wifiModeOf(const ElementFacts& facts, uint16_t frequency);
   static std::string_view hessidOf(const ElementFacts& facts);
