@@ -127,13 +127,16 @@ TEST(RecordDumpTest, RefusalSaysHowItTried) {
   const struct {
     std::string text;
     const char* type;
-    const char* error;
+    std::string error;
   } cases[] = {
       {wrapped(48, 24) + "\n", nullptr,
        "lines 1-2: 48 bytes in 2 lines of 24 bytes make no records: read as records wrapped "
        "over lines, one or more whose sizes (4, 8, 16, 20, 32, 204, 240, 2872 or 6184) add up "
        "line by line; end each record with a blank line or name the type with --type or TYPE:"},
       {"bogus: 07000000", nullptr, "line 1: unknown record type \"bogus\""},
+      // A long line that held a colon is not echoed whole.
+      {std::string(5000, 'a') + ": 07000000", nullptr,
+       "line 1: unknown record type \"" + std::string(40, 'a') + "...\" (known: "},
       {"stop: 0700\n\n", nullptr, "line 1: 2 bytes, but a stop record is 4 bytes"},
       {"stop: 0700000008", nullptr, "line 1: 5 bytes, but a stop record is 4 bytes"},
       {"00000000: 0700 0000 00  .....\n", nullptr,

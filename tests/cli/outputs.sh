@@ -204,6 +204,18 @@ row_13() {  # smaller faults: a FIFO blocked, wrong or raw-byte errors, a NUL cu
   run 1 -- live --sta-socket $'\xff/wlan0' --ssid any
   says 'cannot reach wpa_supplicant at \xff/wlan0'
   ! grep -q $'\xff' err || fail "an error line holds a raw 0xff byte"
+  # A scenario's name and its keys, in whatever bytes, are shown in ASCII.
+  printf '{"steps": [x]}' >$'\xff.json'
+  run 2 -- run $'\xff.json'
+  says 'invalid scenario: \xff.json: line 1'
+  printf '{"steps": [{"\xc3\xbf\\u0001": 1}]}' >keys.json
+  run 2 -- run keys.json
+  says 'steps[0]["\u00ff\u0001"]: unknown key'
+  ! LC_ALL=C grep -q $'[\x01\x80-\xff]' err || fail "an error line holds a raw byte"
+  printf '{"steps": [{"\xc3\xbf\x01": 1}]}' >parse.json  # the parser quotes what it read
+  run 2 -- run parse.json
+  says "last read: '\"\\xc3\\xbf<U+0001>'"
+  ! LC_ALL=C grep -q $'[\x01\x80-\xff]' err || fail "an error line holds a raw byte"
 }
 
 for r in 1 2 3 4 10 11 12 12b 13; do

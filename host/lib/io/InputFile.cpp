@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "text/ByteText.h"
+
 namespace nexhost {
 
 namespace {
@@ -48,7 +50,7 @@ std::string directoryOf(const std::string& path) {
 
 std::string readInputFile(const std::string& path, std::size_t maxBytes, InputFile* file) {
   const bool standardInput = path == "-";
-  file->name = standardInput ? "standard input" : path;
+  file->name = standardInput ? "standard input" : printableBytes(path);  // any byte, shown in ASCII
   // O_NONBLOCK: a FIFO's open must not wait for a writer before its type is known.
   int fd =
       standardInput ? ::dup(STDIN_FILENO) : ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);

@@ -135,9 +135,7 @@ bool RecordDumpReader::addLine(const std::string& raw) {
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     const RecordKind* kind = recordKindNamed(name);
     if (kind == nullptr) {
-      return fail(lineNumber_, lineNumber_,
-                  "unknown record type \"" + printableBytes(name) +
-                      "\" (known: " + recordKindNames() + ")");
+      return fail(lineNumber_, lineNumber_, unknownRecordType(name));
     }
     if (!endRecord()) return false;  // a named type starts a record
     lineType_ = kind;
@@ -291,11 +289,17 @@ bool RecordDumpReader::addDumpLine(Shape shape, std::size_t offset, std::vector<
   dumpLast_ = lineNumber_;
   if (!bytes.empty()) dumpLastLine_ = std::move(bytes);
   if (type != nullptr) {  // a dump of several records of one type
-    while (dump_.size() >= type->size) {
-      std::vector<uint8_t> record(dump_.begin(), dump_.begin() + type->size);
-      dump_.erase(dump_.begin(), dump_.begin() + type->size);
-      if (!emit(type, std::move(record), dumpFirst_, lineNumber_)) return false;
+    // Taken from the front and erased once: a "*" may repeat a short line up to the
+    // limit, and erasing record by record would cost the square of that.
+    std::size_t taken = 0;
+    bool ok = true;
+    while (ok && dump_.size() - taken >= type->size) {
+      std::vector<uint8_t> record(dump_.begin() + taken, dump_.begin() + taken + type->size);
+      taken += type->size;
+      ok = emit(type, std::move(record), dumpFirst_, lineNumber_);
     }
+    dump_.erase(dump_.begin(), dump_.begin() + taken);
+    if (!ok) return false;
   }
   if (dumpPosition_ > limit) {
     return fail(dumpFirst_, lineNumber_,

@@ -58,6 +58,13 @@ const RecordKind* recordKindOfSize(std::size_t size) {
   return found;
 }
 
+std::string unknownRecordType(const std::string& name) {
+  constexpr std::size_t kShown = 40;
+  const std::string shown =
+      printableBytes(name.substr(0, kShown)) + (name.size() > kShown ? "..." : "");
+  return "unknown record type \"" + shown + "\" (known: " + recordKindNames() + ")";
+}
+
 std::string recordKindNames() {
   std::string list;
   for (const RecordKind& kind : recordKinds()) {
@@ -84,8 +91,7 @@ std::optional<RecordBytes> readRecordText(const std::string& text, const RecordK
     hex = text.substr(colon + 1);
     kind = name.empty() ? nullptr : recordKindNamed(name);
     if (!name.empty() && kind == nullptr) {
-      *error =
-          "unknown record type \"" + printableBytes(name) + "\" (known: " + recordKindNames() + ")";
+      *error = unknownRecordType(name);
       return std::nullopt;
     }
   }

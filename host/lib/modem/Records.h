@@ -28,6 +28,9 @@ const RecordKind* recordKindNamed(const std::string& name);
 const RecordKind* recordKindOfSize(std::size_t size);
 // "wifi_meas_report, wqe_profile_quality_status, ...", for errors and help.
 std::string recordKindNames();
+// "unknown record type "NAME" (known: ...)", NAME cut at 40 characters: it may be a whole
+// pasted line that held a colon.
+std::string unknownRecordType(const std::string& name);
 
 // A record's fields by its kind's name; a name of no kind gives {"unknown_type", "size"}.
 Json decodeRecord(const std::string& name, const uint8_t* bytes, std::size_t size);

@@ -217,7 +217,7 @@ class TreeBuilder : public nlohmann::json_sax<Tree> {
 }  // namespace
 
 std::string quoted(const std::string& text) {
-  return Tree(text).dump(-1, ' ', false, Tree::error_handler_t::replace);
+  return Tree(text).dump(-1, ' ', true, Tree::error_handler_t::replace);
 }
 
 Tree parseTree(const std::string& text, const std::string& file) {
@@ -235,9 +235,6 @@ Tree parseTree(const std::string& text, const std::string& file) {
   }
   return std::move(builder.root());
 }
-
-// Reads a regular file of at most `maxBytes`. Returns what is wrong with it, or "" once
-// `text` holds it. O_NONBLOCK keeps a FIFO from blocking the open until a writer comes;
 
 void Node::fail(const std::string& expected) const {
   throw ScenarioError(file_, path_, "expected " + expected + ", got " + preview(value_));

@@ -20,7 +20,8 @@ using Tree = nlohmann::json;
 // (or the path) of what is wrong.
 Tree parseTree(const std::string& text, const std::string& file);
 
-// A text as a JSON string, whatever its bytes: errors stay on one line.
+// A text as a JSON string in ASCII (\uXXXX escapes), whatever its bytes: errors stay on
+// one line and never carry raw bytes to a terminal.
 std::string quoted(const std::string& text);
 
 class Node {

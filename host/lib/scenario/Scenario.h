@@ -14,6 +14,7 @@
 #include "framework/Supplicant.h"
 #include "nex/NexCde.h"
 #include "scenario/StepKinds.h"
+#include "text/ByteText.h"
 
 namespace nexhost {
 
@@ -21,7 +22,8 @@ namespace nexhost {
 class ScenarioError : public std::runtime_error {
  public:
   ScenarioError(const std::string& file, const std::string& path, const std::string& problem)
-      : std::runtime_error(file + ": " + (path.empty() ? "" : path + ": ") + problem),
+      // A parser's message may quote the input's raw bytes.
+      : std::runtime_error(asciiMessage(file + ": " + (path.empty() ? "" : path + ": ") + problem)),
         path_(path) {}
   const std::string& path() const { return path_; }
 

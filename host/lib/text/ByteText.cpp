@@ -17,11 +17,13 @@ bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 }  // namespace
 
-std::string printableBytes(const char* bytes, std::size_t size) {
+namespace {
+
+std::string escapedOutside(const char* bytes, std::size_t size, bool keepBackslash) {
   std::string out;
   for (std::size_t i = 0; i < size; ++i) {
     const auto c = static_cast<unsigned char>(bytes[i]);
-    if (c >= 0x20 && c < 0x7F && c != '\\') {
+    if (c >= 0x20 && c < 0x7F && (keepBackslash || c != '\\')) {
       out.push_back(static_cast<char>(c));
     } else {
       char escaped[5];
@@ -30,6 +32,16 @@ std::string printableBytes(const char* bytes, std::size_t size) {
     }
   }
   return out;
+}
+
+}  // namespace
+
+std::string printableBytes(const char* bytes, std::size_t size) {
+  return escapedOutside(bytes, size, false);
+}
+
+std::string asciiMessage(const std::string& text) {
+  return escapedOutside(text.data(), text.size(), true);
 }
 
 std::optional<std::string> bytesFromEscaped(const std::string& text) {

@@ -17,6 +17,9 @@ std::string printableBytes(const char* bytes, std::size_t size);
 inline std::string printableBytes(const std::string& bytes) {
   return printableBytes(bytes.data(), bytes.size());
 }
+// A message for a terminal: bytes outside printable ASCII as \xNN, the backslash kept (a
+// message may quote an escape). For errors that may quote what an input holds.
+std::string asciiMessage(const std::string& text);
 // The bytes of such a text: \xNN (either hex case) is that byte, every other character
 // stands for itself. Empty when a backslash is not followed by x and two hex digits.
 std::optional<std::string> bytesFromEscaped(const std::string& text);
