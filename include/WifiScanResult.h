@@ -239,10 +239,10 @@ class WifiScanResult {
   // to exist (groups are never removed); the BSSID being filtered, and the byBssidFreq
   // entries whose keys begin with it, found when first needed.
   //
-  // A named SSID takes few lines, so when every line holds its own keys (as in any real
-  // scan) its filters test just those lines, found once per request (`lines`), and of them
-  // the ones a specific BSSID can reach, found once per BSSID. Otherwise `byLine` is false
-  // and each filter walks the indexes.
+  // When every line holds its own keys (as in any real scan), `byLine` is set: the filters
+  // test just the lines the request's SSID takes (`lines`, all of them for any SSID), found
+  // once per request, and of those the ones a specific BSSID can reach, found once per
+  // BSSID. Otherwise each filter walks the indexes.
   struct RequestFilter {
     explicit RequestFilter(const std::string& requestSsid);
     void setBssid(const std::string& filterBssid);
@@ -251,7 +251,7 @@ class WifiScanResult {
     bool groupExists = false;
     bool byLine = false;
     const std::vector<const StoredBss*>* lines = nullptr;  // the lines its SSID takes
-    bool allBssidLinesFound = false;
+    bool allBssidLinesFound = false;  // whether allBssidLines_ holds the BSSID's lines
     const std::string* bssid = nullptr;
     bool broadcast = false;
     bool bssidKeysFound = false;
