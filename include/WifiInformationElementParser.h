@@ -18,7 +18,12 @@ namespace WifiInformationElementParser {
 class ElementBody {
  public:
   ElementBody(const uint8_t* bytes, size_t size) : bytes_(bytes), size_(size) {}
-  static ElementBody ofHexPairs(const char* pairs, size_t size);
+  static ElementBody ofHexPairs(const char* pairs, size_t size) {
+    ElementBody body;
+    body.pairs_ = pairs;
+    body.size_ = size;
+    return body;
+  }
   size_t size() const { return size_; }
   bool empty() const { return size_ == 0; }
   uint8_t operator[](size_t i) const;

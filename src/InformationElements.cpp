@@ -35,13 +35,6 @@ void formatHessid(const ElementBody& body, size_t first, char (&text)[18]) {
 
 // ---- Bodies
 
-ElementBody ElementBody::ofHexPairs(const char* pairs, size_t size) {
-  ElementBody body;
-  body.pairs_ = pairs;
-  body.size_ = size;
-  return body;
-}
-
 uint8_t ElementBody::operator[](size_t i) const {
   return bytes_ != nullptr ? bytes_[i] : hexByte(pairs_ + 2 * i);
 }
