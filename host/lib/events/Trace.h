@@ -1,13 +1,12 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 #include <vector>
 
-namespace nexhost {
+#include "text/Json.h"
 
-using Json = nlohmann::ordered_json;
+namespace nexhost {
 
 // The host's clock, in host timer units. Virtual in replays; live mode moves it with the
 // wall clock.

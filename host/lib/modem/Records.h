@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "dsd/dsd_messages_v01.h"
-#include "events/Trace.h"
 #include "nex/NexCde.h"
+#include "text/Json.h"
 
 namespace nexhost {
 
