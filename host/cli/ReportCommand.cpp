@@ -38,7 +38,7 @@ int writeReport(const ReportOptions& options) {
     std::fprintf(stderr, "nexhost: %s\n", error.c_str());
     return kExitUsage;
   }
-  std::unique_ptr<ReportFile> report = ReportFile::open(output, "-o", input, &error);
+  std::unique_ptr<ReportFile> report = ReportFile::open(output, "-o", run.name(), &error);
   if (!report) {
     std::fprintf(stderr, "nexhost: %s\n", error.c_str());
     return kExitUsage;

@@ -148,6 +148,8 @@ row_partial() {  # --only modem: "No raw measurement ran", though two reports we
     fail "the reports are not drawn: $(data modem.html | jq -c '.measurements')"
   data modem.html | jq -e '.notes | any(test("no steps, so not its start record"))' >/dev/null ||
     fail "no note says why the average is missing: $(data modem.html | jq -c '.notes')"
+  data modem.html | jq -e '.source == "standard input"' >/dev/null ||
+    fail "the page names its source $(data modem.html | jq -c '.source'), not standard input"
   # With the steps but without the supplicant's polls: the mode is known, the samples are not.
   "$nexhost" run --json --only step,result,modem "$scenario" | "$nexhost" report - -o steps.html
   data steps.html | jq -e '(.measurements[0].mode == "connected") and
