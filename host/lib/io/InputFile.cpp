@@ -7,15 +7,12 @@
 #include <cerrno>
 #include <cstring>
 
+#include "io/RegularFile.h"
 #include "text/ByteText.h"
 
 namespace nexhost {
 
 namespace {
-
-std::string tooLarge(std::size_t maxBytes) {
-  return "larger than " + std::to_string(maxBytes >> 20) + " MiB";
-}
 
 std::string refusedType(mode_t mode) {
   return std::string("not a regular file or pipe (") +
@@ -24,20 +21,6 @@ std::string refusedType(mode_t mode) {
           : S_ISBLK(mode) ? "a block device"
                           : "a socket") +
          ")";
-}
-
-// Reads `fd` to its end, refusing more than `maxBytes` as they arrive.
-std::string readAll(int fd, std::size_t maxBytes, std::string* text) {
-  text->clear();
-  char buffer[1 << 16];
-  for (;;) {
-    const ssize_t n = ::read(fd, buffer, sizeof buffer);
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) return std::strerror(errno);
-    if (n == 0) return "";
-    if (text->size() + static_cast<std::size_t>(n) > maxBytes) return tooLarge(maxBytes);
-    text->append(buffer, static_cast<std::size_t>(n));
-  }
 }
 
 std::string directoryOf(const std::string& path) {
@@ -68,7 +51,7 @@ std::string readInputFile(const std::string& path, std::size_t maxBytes, InputFi
   } closer{fd};
   if (::fstat(fd, &info) != 0) return std::strerror(errno);
   if (S_ISREG(info.st_mode)) {
-    if (static_cast<unsigned long long>(info.st_size) > maxBytes) return tooLarge(maxBytes);
+    if (static_cast<unsigned long long>(info.st_size) > maxBytes) return "larger than " + mebibytes(maxBytes);
     if (!standardInput) {
       file->directory = directoryOf(path);
     } else {

@@ -45,8 +45,13 @@ std::string readRegularFile(const std::string& path, std::size_t maxBytes, std::
   } closer{fd};
   struct stat info {};
   if (::fstat(fd, &info) != 0) return std::strerror(errno);
-  const std::string tooLarge = "larger than " + mebibytes(maxBytes);
-  if (static_cast<unsigned long long>(info.st_size) > maxBytes) return tooLarge;
+  if (static_cast<unsigned long long>(info.st_size) > maxBytes) {
+    return "larger than " + mebibytes(maxBytes);
+  }
+  return readAll(fd, maxBytes, text);
+}
+
+std::string readAll(int fd, std::size_t maxBytes, std::string* text) {
   text->clear();
   char buffer[1 << 16];
   for (;;) {
@@ -54,8 +59,9 @@ std::string readRegularFile(const std::string& path, std::size_t maxBytes, std::
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) return std::strerror(errno);
     if (n == 0) return "";
-    // A file may grow after the size check, and /proc files report none.
-    if (text->size() + static_cast<std::size_t>(n) > maxBytes) return tooLarge;
+    if (text->size() + static_cast<std::size_t>(n) > maxBytes) {
+      return "larger than " + mebibytes(maxBytes);
+    }
     text->append(buffer, static_cast<std::size_t>(n));
   }
 }

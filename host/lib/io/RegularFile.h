@@ -15,6 +15,11 @@ int openRegularFile(const std::string& path, std::string* problem);
 // `text` holds it.
 std::string readRegularFile(const std::string& path, std::size_t maxBytes, std::string* text);
 
+// Reads `fd` to its end into `text`, refusing more than `maxBytes` as the bytes arrive
+// (a pipe has no size to check first, a file may grow, /proc files report none).
+// Returns what is wrong, or "".
+std::string readAll(int fd, std::size_t maxBytes, std::string* text);
+
 // "16 MiB"
 std::string mebibytes(std::size_t bytes);
 

@@ -47,8 +47,7 @@ std::string dump(const Json& value) {
 RunReport::RunReport() : RunReport(Limits()) {}
 RunReport::RunReport(Limits limits)
     : limits_(limits),
-      model_(RunModel::Limits{limits.rowsPerChart, limits.seriesPerChart, limits.charts,
-                              limits.availabilityRecords}) {}
+      model_(limits) {}
 RunReport::~RunReport() = default;
 
 void RunReport::add(const Event& event) {

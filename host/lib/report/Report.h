@@ -23,11 +23,8 @@ namespace nexhost {
 // Memory and the page's size stay bounded whatever the run's length (see Limits).
 class RunReport {
  public:
-  struct Limits {
-    std::size_t rowsPerChart = 10000;
-    std::size_t seriesPerChart = 32;              // access points, the rest as one series
-    std::size_t charts = 64;                      // measurements and profiles charted
-    std::size_t availabilityRecords = 500;        // the last ones listed in a table
+  // The model's bounds, and the timeline's.
+  struct Limits : RunModel::Limits {
     std::size_t timelineBytes = 8 * 1024 * 1024;  // first half and last half kept
   };
 
